@@ -1,0 +1,82 @@
+/*
+ * What the API needs of a display server: the seam between the API's semantics and the server's
+ * protocol.
+ *
+ * Each thread has a server connection of its own, so that captures on different threads never wait
+ * for each other; no implementation needs a lock. A connection is made by the first call of a
+ * thread, ends with the thread, and is replaced by the next call after it was lost. After a fork
+ * the child makes its own.
+ *
+ * Waits for the server are bounded, so every call comes back. A null or empty optional says that
+ * the server could not be asked; an empty list or string that it was asked and has none.
+ */
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "coregraphics/pixel_buffer.h"
+#include "coregraphics/thread_guards.h"
+
+namespace qor::coregraphics {
+
+struct Display {
+    std::uint32_t id = 0;  // never 0; the same as long as the output exists
+    PixelRect bounds;
+    double refreshRate = 0;  // a second; 0 if unknown
+    unsigned depth = 0;      // significant bits of a frame-buffer pixel
+};
+
+/* Busy: it does not answer at present, so calls fail, but the connection stands. */
+enum class ServerState { ready, busy, lost };
+
+class DisplayServer {
+  public:
+    virtual ~DisplayServer() = default;
+
+    /* Takes in what the server sent meanwhile. The questions below need a ready server. */
+    virtual ServerState refresh() = 0;
+
+    /* Gives the connection up without a word to the server: it belongs to the parent process. */
+    virtual void abandon() noexcept = 0;
+
+    /* Active displays, the main one first. */
+    virtual std::optional<std::vector<Display>> displays() = 0;
+
+    /* A display's product name in UTF-8, empty if it has none; null for an unknown display too. */
+    virtual std::optional<std::string> displayName(std::uint32_t displayId) = 0;
+
+    /* The present pixels of an area of the desktop, zero where it reaches past it. */
+    virtual std::optional<PixelBuffer> grab(const PixelRect& area) = 0;
+};
+
+/* Begins a connection to the server that the environment names. Null if it names none. The display
+ * server that is built in defines this. */
+std::unique_ptr<DisplayServer> connectDisplayServer();
+
+/* The calling thread's server, connected if need be; null if there is none to be had. */
+DisplayServer* threadDisplayServer();
+
+/* Asks the calling thread's server. Gives onFailure if there is no server or memory is short:
+ * nothing is thrown, and neither a failed write's signal nor a cancellation of the thread gets in
+ * between. */
+template <typename Result, typename Question>
+Result askServer(Result onFailure, Question question) noexcept {
+    const CancellationHeld cancellationHeld;
+    const WriteSignalsHeld writeSignalsHeld;
+    try {
+        DisplayServer* server = threadDisplayServer();
+        return server == nullptr ? std::move(onFailure) : question(*server);
+    } catch (const std::exception&) {
+        return onFailure;
+    }
+}
+
+/* The display with the given identifier, if it is active now. */
+std::optional<Display> findDisplay(std::uint32_t displayId) noexcept;
+
+}  // namespace qor::coregraphics

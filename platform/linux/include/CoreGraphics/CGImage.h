@@ -1,0 +1,61 @@
+/*
+ * Immutable images.
+ *
+ * An image never changes after it was made, whatever happens on the screen, and may be read by any
+ * thread. The getters return 0 or NULL for a NULL image.
+ */
+#ifndef COREGRAPHICS_CGIMAGE_H
+#define COREGRAPHICS_CGIMAGE_H
+
+#include <CoreGraphics/CGDataProvider.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+typedef struct CGImage* CGImageRef;
+
+/* Where a pixel keeps its alpha; first means the most significant byte of the 32-bit pixel. */
+CF_ENUM(uint32_t, CGImageAlphaInfo){
+    kCGImageAlphaNone,
+    kCGImageAlphaPremultipliedLast,
+    kCGImageAlphaPremultipliedFirst,
+    kCGImageAlphaLast,
+    kCGImageAlphaFirst,
+    kCGImageAlphaNoneSkipLast,
+    kCGImageAlphaNoneSkipFirst,
+    kCGImageAlphaOnly,
+};
+
+CF_OPTIONS(uint32_t, CGBitmapInfo){
+    kCGBitmapByteOrder32Little = 2 << 12,
+};
+
+/* Width and height in pixels. */
+size_t CGImageGetWidth(CGImageRef image);
+size_t CGImageGetHeight(CGImageRef image);
+
+/* Always 8 and 32 for a screen image: bytes blue, green, red, and one without meaning, which holds
+ * what the server leaves in it, or 255 if the server's format had to be converted. */
+size_t CGImageGetBitsPerComponent(CGImageRef image);
+size_t CGImageGetBitsPerPixel(CGImageRef image);
+
+/* Distance from one row to the next, at least 4 times the width. Rows run from the top down. */
+size_t CGImageGetBytesPerRow(CGImageRef image);
+
+CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image);
+
+/* The provider of the image's bytes, lent: valid while the image is. */
+CGDataProviderRef CGImageGetDataProvider(CGImageRef image);
+
+/* CFRetain and CFRelease for an image that may be NULL. */
+CGImageRef CGImageRetain(CGImageRef image);
+void CGImageRelease(CGImageRef image);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,220 @@
+#include "x11/connection.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <xcb/randr.h>
+#include <xcb/shm.h>
+#include <xcb/xcbext.h>
+
+#include <cerrno>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "coregraphics/thread_guards.h"
+#include "coregraphics/trace.h"
+
+namespace qor::x11 {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using coregraphics::trace;
+
+bool isLocalSocket(int descriptor) {
+    sockaddr_storage peer{};
+    socklen_t size = sizeof peer;
+    return getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
+           peer.ss_family == AF_UNIX;
+}
+
+bool isAtLeast(unsigned major, unsigned minor, unsigned wantedMajor, unsigned wantedMinor) {
+    return major > wantedMajor || (major == wantedMajor && minor >= wantedMinor);
+}
+
+bool isPresent(xcb_connection_t* handle, xcb_extension_t& extension) {
+    const xcb_query_extension_reply_t* data = xcb_get_extension_data(handle, &extension);
+    return data != nullptr && data->present != 0;  // null if the connection was lost meanwhile
+}
+
+// The two version questions wait without a bound: they are asked on the connecting thread, which
+// nobody has to wait for.
+
+bool offersOutputs(xcb_connection_t* handle) {
+    if (!isPresent(handle, xcb_randr_id))
+        return false;
+    const auto cookie = xcb_randr_query_version(handle, 1, 3);
+    const Reply<xcb_randr_query_version_reply_t> reply(
+        xcb_randr_query_version_reply(handle, cookie, nullptr));
+    return reply != nullptr && isAtLeast(reply->major_version, reply->minor_version, 1, 3);
+}
+
+void findSharedMemory(Link& link) {
+    xcb_connection_t* handle = link.handle.get();
+    if (!isPresent(handle, xcb_shm_id))
+        return;
+    const auto cookie = xcb_shm_query_version(handle);
+    const Reply<xcb_shm_query_version_reply_t> reply(
+        xcb_shm_query_version_reply(handle, cookie, nullptr));
+    if (reply == nullptr)
+        return;
+    link.hasSharedMemory = true;
+    link.hasSharedDescriptors = isAtLeast(reply->major_version, reply->minor_version, 1, 2) &&
+                                isLocalSocket(xcb_get_file_descriptor(handle));
+}
+
+/* One at a time: looking up the user's credentials goes through a static buffer of a library that
+ * knows no threads. */
+xcb_connection_t* connect(const std::string& displayName, int& screenNumber) {
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    return xcb_connect(displayName.c_str(), &screenNumber);
+}
+
+Link openLink(const std::string& displayName) {
+    Link link;
+    link.handle.reset(connect(displayName, link.screenNumber));
+    if (xcb_connection_has_error(link.handle.get()) != 0)
+        return link;
+    xcb_prefetch_extension_data(link.handle.get(), &xcb_randr_id);
+    xcb_prefetch_extension_data(link.handle.get(), &xcb_shm_id);
+    link.hasOutputs = offersOutputs(link.handle.get());
+    findSharedMemory(link);
+    return link;
+}
+
+/* Connecting waits for the server without a bound, and offers no way to bound it; so it is done on
+ * a thread of its own. If the result is not wanted any more when it comes, it is dropped, which
+ * disconnects. */
+std::future<Link> startConnecting(std::string displayName) {
+    std::packaged_task<Link()> task(
+        [displayName = std::move(displayName)] { return openLink(displayName); });
+    auto link = task.get_future();
+    const coregraphics::AllSignalsHeld allSignalsHeld;
+    std::thread(std::move(task)).detach();
+    return link;
+}
+
+const xcb_screen_t* findScreen(xcb_connection_t* handle, int number) {
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle));
+    for (int i = 0; i < number && screens.rem > 1; ++i)
+        xcb_screen_next(&screens);
+    return screens.rem > 0 ? screens.data : nullptr;
+}
+
+/* False if nothing comes in until the deadline. */
+bool waitReadable(int descriptor, Clock::time_point deadline) {
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0)
+            return false;
+        pollfd entry{descriptor, POLLIN, 0};
+        const int ready = poll(&entry, 1, static_cast<int>(left.count()));
+        if (ready > 0)
+            return true;
+        if (ready < 0 && errno != EINTR)
+            return false;
+    }
+}
+
+}  // namespace
+
+Connection::Connection(const char* displayName) : connecting_(startConnecting(displayName)) {}
+
+coregraphics::ServerState Connection::refresh() {
+    using coregraphics::ServerState;
+    if (connecting_.valid() && !finishConnecting())
+        return isLost() ? ServerState::lost : ServerState::busy;
+    // A server that ended meanwhile is noticed here, before the call relies on it.
+    dropEvents();
+    const bool answers = finishLateReply();
+    if (isLost())
+        return ServerState::lost;
+    return answers ? ServerState::ready : ServerState::busy;
+}
+
+/* Reads what has come in. No event is asked for, but some are sent to every client. */
+void Connection::dropEvents() {
+    while (const Reply<xcb_generic_event_t> dropped{xcb_poll_for_event(handle())}) {
+    }
+}
+
+bool Connection::isLost() const {
+    if (connecting_.valid())
+        return false;
+    return screen_ == nullptr || xcb_connection_has_error(handle()) != 0;
+}
+
+bool Connection::finishConnecting() {
+    if (connecting_.wait_for(kPatience) != std::future_status::ready) {
+        trace("the display server does not answer yet");
+        return false;
+    }
+    link_ = connecting_.get();
+    if (xcb_connection_has_error(handle()) != 0) {
+        trace("cannot connect: no display server at DISPLAY, or it refuses");
+        return false;
+    }
+    screen_ = findScreen(handle(), link_.screenNumber);
+    trace("connected: outputs %s, shared memory %s", link_.hasOutputs ? "listed" : "not listed",
+          link_.hasSharedDescriptors ? "by descriptor"
+          : link_.hasSharedMemory    ? "by identifier"
+                                     : "not offered");
+    return screen_ != nullptr;
+}
+
+bool Connection::finishLateReply() {
+    if (!lateSequence_)
+        return true;
+    const unsigned sequence = *std::exchange(lateSequence_, std::nullopt);
+    xcb_generic_error_t* error = nullptr;
+    const Reply<void> reply(await(sequence, &error));
+    const Reply<xcb_generic_error_t> ownedError(error);
+    return !lateSequence_;
+}
+
+void* Connection::await(unsigned sequence, xcb_generic_error_t** error) {
+    *error = nullptr;
+    if (xcb_flush(handle()) <= 0)
+        return nullptr;
+    const auto deadline = Clock::now() + kPatience;
+    void* reply = nullptr;
+    while (xcb_poll_for_reply(handle(), sequence, &reply, error) == 0) {
+        if (!waitReadable(xcb_get_file_descriptor(handle()), deadline)) {
+            lateSequence_ = sequence;
+            trace("the display server does not answer");
+            return nullptr;
+        }
+        dropEvents();
+    }
+    return reply;
+}
+
+void Connection::abandon() noexcept {
+    if (link_.handle == nullptr)
+        return;
+    // Disconnecting would shut the socket down for the parent too. The rest of the connection is
+    // memory that cannot be freed without that; keeping it reachable tells leak checkers so.
+    static std::mutex mutex;
+    static auto& kept = *new std::vector<xcb_connection_t*>;
+    const std::lock_guard lock(mutex);
+    close(xcb_get_file_descriptor(handle()));
+    kept.push_back(link_.handle.release());
+}
+
+bool succeeded(Connection& connection, xcb_void_cookie_t cookie) {
+    // Replies come in the order of requests: once that of any later request is here, the outcome of
+    // this one is too, and asking for it cannot block.
+    Request<xcb_get_input_focus_reply_t> later(connection,
+                                               xcb_get_input_focus(connection.handle()));
+    if (later.take() == nullptr) {
+        xcb_discard_reply(connection.handle(), cookie.sequence);
+        return false;
+    }
+    const Reply<xcb_generic_error_t> error(xcb_request_check(connection.handle(), cookie));
+    return error == nullptr;
+}
+
+}  // namespace qor::x11

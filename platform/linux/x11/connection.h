@@ -1,0 +1,122 @@
+/*
+ * One connection to an X server, used by one thread.
+ *
+ * Making the connection, and every wait for a reply, is bounded: a server that is frozen, or
+ * grabbed by another client, makes a call fail after kPatience and is asked again by the next one.
+ * Nothing further is sent before the late reply has come, so a frozen server's queue cannot fill.
+ */
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <future>
+#include <memory>
+#include <optional>
+
+#include "coregraphics/display_server.h"
+
+namespace qor::x11 {
+
+inline constexpr std::chrono::milliseconds kPatience{2000};
+
+struct FreeReply {
+    void operator()(void* reply) const noexcept { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, FreeReply>;
+
+struct Disconnect {
+    void operator()(xcb_connection_t* connection) const noexcept { xcb_disconnect(connection); }
+};
+
+/* A connection as it comes out of the handshake, with what the server was found to offer. */
+struct Link {
+    std::unique_ptr<xcb_connection_t, Disconnect> handle;
+    int screenNumber = 0;
+    bool hasOutputs = false;            // RandR 1.3: current resources, primary output
+    bool hasSharedMemory = false;       // MIT-SHM
+    bool hasSharedDescriptors = false;  // MIT-SHM 1.2, on a socket that carries descriptors
+};
+
+class Connection {
+  public:
+    /* Begins to connect to the named display. */
+    explicit Connection(const char* displayName);
+
+    /* Finishes connecting, and waits for a reply that came too late for an earlier call. */
+    coregraphics::ServerState refresh();
+
+    /* True once the connection is of no more use. */
+    bool isLost() const;
+
+    /* False once it is lost, or a reply did not come in time: nothing more can be asked in this
+     * call. */
+    bool answers() const { return !lateSequence_ && !isLost(); }
+
+    /* Closes this process's end without a word to the server. */
+    void abandon() noexcept;
+
+    xcb_connection_t* handle() const { return link_.handle.get(); }
+    const Link& link() const { return link_; }
+    const xcb_screen_t& screen() const { return *screen_; }
+
+    /* The reply to a request; null with *error set if the server refused, null with *error null if
+     * there is none in time or the connection is lost. The caller frees both. */
+    void* await(unsigned sequence, xcb_generic_error_t** error);
+
+  private:
+    bool finishConnecting();
+    bool finishLateReply();
+    void dropEvents();
+
+    std::future<Link> connecting_;
+    Link link_;
+    const xcb_screen_t* screen_ = nullptr;
+    std::optional<unsigned> lateSequence_;  // of the reply that did not come in time
+};
+
+/* A request that was sent and will be replied to. Several may be under way at once, so that they
+ * cost one round trip; one that is never asked for its reply leaves nothing behind. */
+template <typename T>
+class Request {
+  public:
+    /* cookie is what the unsuffixed request function gave: such a request is always checked, its
+     * error comes in place of its reply. */
+    template <typename Cookie>
+    Request(Connection& connection, Cookie cookie)
+        : connection_(connection), sequence_(cookie.sequence) {}
+
+    ~Request() {
+        if (!taken_)
+            xcb_discard_reply(connection_.handle(), sequence_);
+    }
+
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
+
+    /* Waits for the reply; null if there is none. Once only. */
+    Reply<T> take() {
+        taken_ = true;
+        xcb_generic_error_t* error = nullptr;
+        Reply<T> reply(static_cast<T*>(connection_.await(sequence_, &error)));
+        const Reply<xcb_generic_error_t> owned(error);
+        errorCode_ = error == nullptr ? 0 : error->error_code;
+        return reply;
+    }
+
+    /* Why take() gave null: the server's error code, or 0 if the server did not answer. */
+    unsigned errorCode() const { return errorCode_; }
+
+  private:
+    Connection& connection_;
+    const unsigned sequence_;
+    bool taken_ = false;
+    unsigned errorCode_ = 0;
+};
+
+/* Whether the server carried out a request without a reply. cookie is from the _checked form. */
+bool succeeded(Connection& connection, xcb_void_cookie_t cookie);
+
+}  // namespace qor::x11

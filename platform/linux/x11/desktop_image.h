@@ -1,0 +1,24 @@
+/* An image of any area, out of the part of it that the server could give. No protocol in here. */
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "coregraphics/pixel_buffer.h"
+#include "x11/pixel_format.h"
+
+namespace qor::x11 {
+
+/* What two rectangles have in common; empty if nothing. */
+coregraphics::PixelRect intersection(const coregraphics::PixelRect& a,
+                                     const coregraphics::PixelRect& b);
+
+/* An image of area, zero outside visible. visible lies in area; rows are its rows in the server's
+ * format, or null if it is empty. Rows that are right as they are become the image, without a copy.
+ * Throws std::bad_alloc. */
+coregraphics::PixelBuffer desktopImage(const coregraphics::PixelRect& area,
+                                       const coregraphics::PixelRect& visible,
+                                       const PixelFormat& format,
+                                       std::shared_ptr<const std::byte> rows);
+
+}  // namespace qor::x11

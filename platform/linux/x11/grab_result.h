@@ -1,0 +1,23 @@
+/* How the attempt to read an area of the root window went. */
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace qor::x11 {
+
+enum class GrabStatus {
+    done,
+    mismatch,     // the area is not all inside the root window (any more)
+    unavailable,  // this way of reading does not work; reason says why
+    noAnswer,     // the server is busy, or gone
+};
+
+struct GrabResult {
+    GrabStatus status = GrabStatus::noAnswer;
+    std::shared_ptr<const std::byte> bytes = nullptr;  // rows in the server's format, if done
+    std::string reason = {};
+};
+
+}  // namespace qor::x11

@@ -1,0 +1,36 @@
+/* An X server as the display server of one thread. */
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "coregraphics/display_server.h"
+#include "x11/connection.h"
+#include "x11/image_transport.h"
+#include "x11/root_format.h"
+
+namespace qor::x11 {
+
+class Session final : public coregraphics::DisplayServer {
+  public:
+    explicit Session(const char* displayName);
+
+    coregraphics::ServerState refresh() override;
+    void abandon() noexcept override;
+    std::optional<std::vector<coregraphics::Display>> displays() override;
+    std::optional<std::string> displayName(std::uint32_t displayId) override;
+    std::optional<coregraphics::PixelBuffer> grab(const coregraphics::PixelRect& area) override;
+
+  private:
+    std::optional<coregraphics::PixelRect> rootArea();
+    void prepare();
+
+    Connection connection_;
+    ImageTransport transport_{connection_};
+    std::optional<RootFormat> format_;  // null until connected, and if it cannot be converted
+    bool isPrepared_ = false;
+    coregraphics::PixelRect root_;  // as last seen
+};
+
+}  // namespace qor::x11

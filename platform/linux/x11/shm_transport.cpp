@@ -1,0 +1,137 @@
+#include "x11/shm_transport.h"
+
+#include <xcb/shm.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "x11/shm_identity.h"
+
+namespace qor::x11 {
+namespace {
+
+using coregraphics::PixelRect;
+
+constexpr std::uint8_t kWritable = 0;
+// Enough for a caller that holds a few images in turn.
+constexpr std::size_t kMostFree = 3;
+
+std::string systemReason(const char* what) {
+    return std::string(what) + ": " + std::strerror(errno);
+}
+
+GrabResult failure(unsigned errorCode) {
+    // Unanswered, the server may yet write to the segment, which is free again. It does so before
+    // it answers, and nobody is lent the segment before that.
+    if (errorCode == 0)
+        return {};
+    if (errorCode == XCB_MATCH)
+        return {GrabStatus::mismatch};
+    return {GrabStatus::unavailable, nullptr,
+            "the server cannot write to shared memory, error " + std::to_string(errorCode)};
+}
+
+}  // namespace
+
+ShmTransport::ShmTransport(Connection& connection, Passing passing)
+    : connection_(connection), passing_(passing) {}
+
+// The server forgets the attachments when the connection ends, so nothing is sent, least of all on
+// one that was lost.
+ShmTransport::~ShmTransport() {
+    pool_->close();
+}
+
+GrabResult ShmTransport::grab(const PixelRect& area, std::size_t size) {
+    std::string reason;
+    const auto segment = segmentFor(size, reason);
+    if (!connection_.answers())
+        return {};
+    if (segment == nullptr)
+        return {GrabStatus::unavailable, nullptr, reason};
+
+    Request<xcb_shm_get_image_reply_t> request(
+        connection_,
+        xcb_shm_get_image(connection_.handle(), connection_.screen().root,
+                          static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
+                          static_cast<std::uint16_t>(area.width),
+                          static_cast<std::uint16_t>(area.height), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP,
+                          segment->attachment, 0));
+    const auto reply = request.take();
+    if (reply == nullptr)
+        return failure(request.errorCode());
+    if (reply->size < size)
+        return {GrabStatus::unavailable, nullptr, "the server wrote less than the image"};
+    return {GrabStatus::done, {segment, segment->memory.data()}};
+}
+
+std::shared_ptr<const Segment> ShmTransport::segmentFor(std::size_t size, std::string& reason) {
+    auto segment = pool_->take(size);
+    // If none fits, all that are free are too small, and will not serve again soon.
+    dropFree(segment == nullptr ? 0 : kMostFree);
+    return segment == nullptr ? addSegment(size, reason) : segment;
+}
+
+void ShmTransport::dropFree(std::size_t kept) {
+    // Not checked: the attachment is known to exist, and if the connection is lost it is gone.
+    for (const Segment& segment : pool_->shrinkTo(kept))
+        xcb_shm_detach(connection_.handle(), segment.attachment);
+}
+
+bool ShmTransport::isAttached(xcb_void_cookie_t cookie, std::uint32_t attachment) {
+    if (succeeded(connection_, cookie))
+        return true;
+    // A server that does not answer now may attach it yet. Not checked: nothing depends on it.
+    if (!connection_.answers() && !connection_.isLost())
+        xcb_shm_detach(connection_.handle(), attachment);
+    return false;
+}
+
+std::shared_ptr<const Segment> ShmTransport::addSegment(std::size_t size, std::string& reason) {
+    return passing_ == Passing::descriptor ? passDescriptor(size, reason)
+                                           : passIdentifier(size, reason);
+}
+
+std::shared_ptr<const Segment> ShmTransport::passDescriptor(std::size_t size, std::string& reason) {
+    auto memory = DescriptorMemory::create(size);
+    if (!memory) {
+        reason = systemReason("no memory to pass");
+        return nullptr;
+    }
+    xcb_connection_t* handle = connection_.handle();
+    const xcb_shm_seg_t attachment = xcb_generate_id(handle);
+    // Checked: a server behind a sandbox may not be able to map it. The descriptor is closed by the
+    // call, whatever becomes of it.
+    const auto cookie =
+        xcb_shm_attach_fd_checked(handle, attachment, memory->descriptor, kWritable);
+    if (!isAttached(cookie, attachment)) {
+        reason = "the server does not take the memory's descriptor";
+        return nullptr;
+    }
+    return pool_->add({std::move(memory->mapping), attachment});
+}
+
+std::shared_ptr<const Segment> ShmTransport::passIdentifier(std::size_t size, std::string& reason) {
+    auto memory = IdentifierMemory::create(size);
+    if (!memory) {
+        reason = systemReason("no System V memory");
+        return nullptr;
+    }
+    const auto identifier = static_cast<std::uint32_t>(memory->identifier);
+    if (!identifierProven_ && !serverSees(connection_, memory->mapping, identifier)) {
+        reason = "the server does not see this machine's System V memory";
+        return nullptr;
+    }
+    identifierProven_ = true;
+    xcb_connection_t* handle = connection_.handle();
+    const xcb_shm_seg_t attachment = xcb_generate_id(handle);
+    // Checked: the server may be out of segments, or of another user.
+    const auto cookie = xcb_shm_attach_checked(handle, attachment, identifier, kWritable);
+    if (!isAttached(cookie, attachment)) {
+        reason = "the server does not attach System V memory";
+        return nullptr;
+    }
+    return pool_->add({std::move(memory->mapping), attachment});
+}
+
+}  // namespace qor::x11
