@@ -1,0 +1,55 @@
+/*
+ * CCaptureMac: the CoreGraphics backend. Each frame is one image of the monitor's area: the desktop
+ * less the excluded windows, or the shared application window. The image's bytes are taken as they
+ * are, 32 bits a pixel, rows top-down.
+ *
+ * Threads: as CCaptureBase says.
+ */
+#ifndef QOR_CONF_CAPTUREMAC_H
+#define QOR_CONF_CAPTUREMAC_H
+
+#include <CoreGraphics/CoreGraphics.h>
+
+#include <cstdint>
+
+#include "CaptureBase.h"
+
+class CAPMGR_API CCaptureMac : public CCaptureBase {
+  public:
+    CCaptureMac(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type);
+    ~CCaptureMac() override;
+
+    bool DoCapture() override;
+    bool Init() override;
+    void UnInit() override;
+
+    /* 4. */
+    virtual int GetCaptureType();
+
+    /* Repacks the row buffer, rows of the image's own pitch, into the frame buffer. */
+    void ChangeBmpDataTo4BytesAligned();
+
+  private:
+    CAPMGR_LOCAL CGRect CaptureArea() const;
+    CAPMGR_LOCAL CGImageRef CreateImage();
+    CAPMGR_LOCAL CGImageRef CreateImageWithoutWindows(const std::vector<const void*>& excluded);
+    CAPMGR_LOCAL CGImageRef CreateWindowImage();
+    CAPMGR_LOCAL std::vector<const void*> ExcludedWindows();
+    CAPMGR_LOCAL bool DeliverImage(CGImageRef image);
+    CAPMGR_LOCAL void ClearFrame();
+
+    uint32_t m_dwDisplayID;
+    unsigned char* m_pRowBuffer; /* one frame at m_nBytesPerRow; null when rows are packed */
+    uint32_t m_nBytesPerRow;
+    bool m_bRowsAligned;
+    uint32_t m_nCaptureWidth;  /* points */
+    uint32_t m_nCaptureHeight; /* points */
+};
+
+/*
+ * Writes width x height 4-byte pixels, rows top-down, as a BMP file to path, for diagnosis.
+ * bitCount goes into the header as it is. Does nothing when path cannot be opened.
+ */
+CAPMGR_API void SaveBmp(char* path, unsigned char* data, int width, int height, uint16_t bitCount);
+
+#endif

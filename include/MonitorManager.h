@@ -1,0 +1,100 @@
+/*
+ * CMonitorManager: the process-wide owner of the display list and of the capture registry.
+ *
+ * Life: created by the first GetInstance, which enumerates the displays, and deleted by
+ * DeleteInstance together with every monitor, capture object and record.
+ *
+ * Threads: takes no lock; call it from one host thread at a time. Capture threads never call it.
+ */
+#ifndef QOR_CONF_MONITORMANAGER_H
+#define QOR_CONF_MONITORMANAGER_H
+
+#include <cstddef>
+#include <map>
+#include <vector>
+
+#include "CaptureManager.h"
+#include "vqutilc.h"
+
+class CCaptureBase;
+class CMonitor;
+
+/* One capture index: its capture object while started, and the settings that a start applies. */
+struct StructCaptureMgr {
+    CCaptureBase* pCapture;                       /* owned; null while not started */
+    unsigned int dwMaxFrameRate;                  /* frames a second; 0 when none was set */
+    std::vector<const void*> vecPresetExcludeWnd; /* window numbers, in the order of adding */
+    CAP_SIZE stFrameSize;                         /* pixels; all zero when none was set */
+};
+
+class CAPMGR_API CMonitorManager {
+  public:
+    static CMonitorManager* GetInstance();
+    static void DeleteInstance();
+
+    /* Enumerates the active displays anew; virtual monitors go away. Empty when that fails. */
+    void UpdateMonitors();
+    void UpdateMonitor();
+    void OnMonitorInfoChange();
+    void FreeMonitors();
+
+    size_t GetCount() const;
+
+    /* The monitors belong to the manager, until its list is next rebuilt. Null when there is none.
+     */
+    CMonitor* GetMonitor(unsigned int dwIndex);
+    CMonitor* GetPrimaryMonitor();
+    CMonitor* GetSecondaryMonitor();
+
+    /* Appends a virtual monitor of own index 0. DestroyMonitor only traces: it removes nothing. */
+    void CreateMonitor(int nWidth, int nHeight, unsigned int nBitCount);
+    void DestroyMonitor();
+
+    /* A record under a fresh index: 0, 1, 2 and so on. */
+    unsigned int GenerateCaptureIndex();
+
+    /*
+     * Gives the index a capture object for the monitor at dwMonitorIndex, keeping the present one
+     * when it was made from the same monitor, type, share type and version. Neither starts it nor
+     * applies the stored settings. False for an unknown index, monitor or capture type.
+     */
+    bool AddCaptureInstance(unsigned int dwCaptureIndex, unsigned int dwMonitorIndex,
+                            CAP_METHOD nCaptureType, CAP_TYPE nShareType,
+                            unsigned int dwCustomVersion, CAP_MODE eCapMode);
+
+    /* Both belong to the manager. Null for an unknown index; no object: null as well. */
+    StructCaptureMgr* GetCaptureMgr(unsigned int dwCaptureIndex);
+    CCaptureBase* GetCaptureInstance(unsigned int dwCaptureIndex);
+
+    /* Deletes the object, which must have been stopped, and keeps the record. */
+    void DeleteCaptureInstance(unsigned int dwCaptureIndex);
+
+    /* 0xFFFFFFFF when no record holds pCapture. */
+    unsigned int GetCaptureIndexFromInstance(const CCaptureBase* pCapture);
+
+    void ClearAllCaptureMgr();
+
+    /* The windows to leave out that the next start passes on. */
+    bool IsPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
+    void PushPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
+    void ErasePresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
+    void ClearPresetExcludeWnds(unsigned int dwCaptureIndex);
+
+  private:
+    CAPMGR_LOCAL CMonitorManager();
+    CAPMGR_LOCAL ~CMonitorManager();
+    CMonitorManager(const CMonitorManager&) = delete;
+    CMonitorManager& operator=(const CMonitorManager&) = delete;
+
+    CAPMGR_LOCAL CMonitor* CurrentMonitor(unsigned int dwMonitorIndex);
+
+    CAPMGR_LOCAL static CMonitorManager* m_monitorMgrInstance;
+
+    std::vector<CMonitor*> m_vec_monitor; /* in the platform's order */
+    std::map<unsigned int, StructCaptureMgr*> m_mapCaptureMgr;
+    unsigned int m_dwNextCaptureIndex;
+    VQ_Critical_Section m_csMonitorMgr; /* never taken: the host serialises its calls */
+    bool m_bMonitorInfoChanged;
+};
+
+#endif

@@ -1,0 +1,258 @@
+#include "CaptureMac.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <new>
+
+#include "Monitor.h"
+#include "PlatformRef.h"
+#include "Trace.h"
+#include "kxcommon64.h"
+
+namespace {
+
+constexpr char kSourcePath[] = "src/component/captureManager/CaptureMac";
+
+constexpr uint32_t kBytesPerPixel = 4;
+constexpr int kCaptureType = 4;
+
+// Removes the excluded windows, from the last index to the first, so that no index moves before
+// its turn.
+void removeWindows(CFMutableArrayRef windows, const std::vector<const void*>& excluded) {
+    for (CFIndex i = CFArrayGetCount(windows) - 1; i >= 0; --i) {
+        const void* const window = CFArrayGetValueAtIndex(windows, i);
+        if (std::find(excluded.begin(), excluded.end(), window) != excluded.end()) {
+            CFArrayRemoveValueAtIndex(windows, i);
+        }
+    }
+}
+
+// File header and information header of an uncompressed bitmap, little-endian on any machine.
+class BmpHeader {
+  public:
+    static constexpr uint32_t kFileHeaderSize = 14;
+    static constexpr uint32_t kInformationHeaderSize = 40;
+    static constexpr uint32_t kSize = kFileHeaderSize + kInformationHeaderSize;
+
+    BmpHeader(int width, int height, uint16_t bitCount)
+        : dataSize_(static_cast<uint32_t>(width) * static_cast<uint32_t>(height) * kBytesPerPixel) {
+        put(0x4D42, 2);  // "BM"
+        put(dataSize_ + kSize, 4);
+        put(0, 4);  // reserved
+        put(kSize, 4);
+        put(kInformationHeaderSize, 4);
+        put(static_cast<uint32_t>(width), 4);
+        put(0U - static_cast<uint32_t>(height), 4);  // negative: rows are stored top-down
+        put(1, 2);                                   // planes
+        put(bitCount, 2);
+        put(0, 4);  // no compression
+        put(dataSize_, 4);
+        // Resolution and colours used stay 0.
+    }
+
+    const unsigned char* bytes() const { return bytes_.data(); }
+    uint32_t dataSize() const { return dataSize_; }
+
+  private:
+    void put(uint32_t value, size_t size) {
+        for (size_t i = 0; i < size; ++i) {
+            bytes_[length_++] = static_cast<unsigned char>(value >> (8 * i));
+        }
+    }
+
+    std::array<unsigned char, kSize> bytes_{};
+    size_t length_ = 0;
+    uint32_t dataSize_;
+};
+
+}  // namespace
+
+CCaptureMac::CCaptureMac(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type)
+    : CCaptureBase(monitor, method, type),
+      m_dwDisplayID(monitor->GetDisplayID()),
+      m_pRowBuffer(nullptr),
+      m_nBytesPerRow(0),
+      m_bRowsAligned(false),
+      m_nCaptureWidth(monitor->GetPixelWidth()),
+      m_nCaptureHeight(monitor->GetPixelHeight()) {}
+
+CCaptureMac::~CCaptureMac() {
+    TRACE_INFO("CCaptureMac::~CCaptureMac()... Begin");
+    TRACE_INFO("CCaptureMac::~CCaptureMac()... End");
+}
+
+bool CCaptureMac::Init() {
+    TRACE_INFO("CCaptureMac::Init()... Begin");
+    ImageRef image(CGDisplayCreateImage(m_dwDisplayID));
+    if (image == nullptr) {
+        return false;
+    }
+    const auto width = static_cast<uint32_t>(CGImageGetWidth(image.get()));
+    const auto height = static_cast<uint32_t>(CGImageGetHeight(image.get()));
+    const auto bitsPerPixel = static_cast<uint32_t>(CGImageGetBitsPerPixel(image.get()));
+    m_nBytesPerRow = static_cast<uint32_t>(CGImageGetBytesPerRow(image.get()));
+    const auto bitsPerComponent = static_cast<uint32_t>(CGImageGetBitsPerComponent(image.get()));
+    image.reset();
+
+    AllocBuffer(width * kBytesPerPixel * height);
+    if (m_nBytesPerRow == width * kBytesPerPixel) {
+        m_bRowsAligned = true;
+    } else if (!m_bRowsAligned && m_pRowBuffer == nullptr) {
+        m_pRowBuffer = new (std::nothrow) unsigned char[size_t{m_nBytesPerRow} * height];
+    }
+    TRACE_INFO("CCaptureMac::Init()... End  bufsize:", m_nbufSize.load(), " width", width,
+               " height", height, " bitcount", bitsPerPixel, " bytesperrow", m_nBytesPerRow,
+               " bitspercomponent", bitsPerComponent);
+    return true;
+}
+
+void CCaptureMac::UnInit() {
+    TRACE_INFO("CCaptureMac::UnInit()... Begin");
+    delete[] m_pRowBuffer;
+    m_pRowBuffer = nullptr;
+    DeallocBuffer();
+    TRACE_INFO("CCaptureMac::UnInit()... End!");
+}
+
+bool CCaptureMac::DoCapture() {
+    TRACE_DETAIL("CCaptureMac::DoCapture()... Begin!");
+    ImageRef image(CreateImage());
+    TRACE_EACH_FRAME(trace::kInformation,
+                     "CCaptureMac::DoCapture imageRef: ", static_cast<const void*>(image.get()));
+    if (image == nullptr) {
+        // Counts as captured: the host sees black rather than the last frame.
+        TRACE_ERROR("CCaptureMac::DoCapture()... imageRef is null!");
+        ClearFrame();
+    } else if (!DeliverImage(image.get())) {
+        return false;
+    }
+    image.reset();
+    TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture()... End!");
+    return true;
+}
+
+int CCaptureMac::GetCaptureType() {
+    return kCaptureType;
+}
+
+// The area in global display coordinates, points.
+CGRect CCaptureMac::CaptureArea() const {
+    return CGRectMake(m_rcCapture.left, m_rcCapture.top, m_nCaptureWidth, m_nCaptureHeight);
+}
+
+CGImageRef CCaptureMac::CreateImage() {
+    const std::vector<const void*> excluded = ExcludedWindows();
+    TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture DisplayID: ", m_dwDisplayID,
+                     " excludeWndEmpty: ", excluded.empty());
+    switch (m_eCapType) {
+        case CAP_TYPE_DESKTOP:
+            return excluded.empty()
+                       ? CGWindowListCreateImage(CaptureArea(), kCGWindowListOptionOnScreenOnly,
+                                                 kCGNullWindowID, kCGWindowImageDefault)
+                       : CreateImageWithoutWindows(excluded);
+        case CAP_TYPE_APP_WINDOW:
+            return CreateWindowImage();
+        default:
+            return nullptr;
+    }
+}
+
+CGImageRef CCaptureMac::CreateImageWithoutWindows(const std::vector<const void*>& excluded) {
+    const CFRef<CFArrayRef> onScreen(
+        CGWindowListCreate(kCGWindowListOptionOnScreenOnly, kCGNullWindowID));
+    if (onScreen == nullptr) {
+        return nullptr;
+    }
+    const CFRef<CFMutableArrayRef> windows(
+        CFArrayCreateMutableCopy(kCFAllocatorDefault, 0, onScreen.get()));
+    if (windows == nullptr) {
+        return nullptr;
+    }
+    removeWindows(windows.get(), excluded);
+    return CGWindowListCreateImageFromArray(CaptureArea(), windows.get(), kCGWindowImageDefault);
+}
+
+CGImageRef CCaptureMac::CreateWindowImage() {
+    const CGWindowID window = m_nWndCaptureID;
+    if (window == kCGNullWindowID) {
+        TRACE_ERROR("CCaptureMac::DoCapture()... Invalid Param m_nWndCaptureID is null !");
+        return nullptr;
+    }
+    return CGWindowListCreateImage(CaptureArea(), kCGWindowListOptionIncludingWindow, window,
+                                   kCGWindowImageDefault);
+}
+
+// A copy, so that the list's lock is not held during platform calls.
+std::vector<const void*> CCaptureMac::ExcludedWindows() {
+    const std::lock_guard<VQ_Critical_Section> lock(m_csExcludeWnd);
+    return m_vecExcludeWnd;
+}
+
+// Checks the image and scales its bytes into the frame buffer; false when it is not delivered.
+bool CCaptureMac::DeliverImage(CGImageRef image) {
+    const auto width = static_cast<uint32_t>(CGImageGetWidth(image));
+    const auto height = static_cast<uint32_t>(CGImageGetHeight(image));
+    if (static_cast<int32_t>(width) != m_rcCapture.right - m_rcCapture.left ||
+        static_cast<int32_t>(height) != m_rcCapture.bottom - m_rcCapture.top) {
+        TRACE_ERROR("CCaptureMac::CaptureScreen()... Resolution changed! ", width, " ", height, " ",
+                    m_rcCapture.left, " ", m_rcCapture.top, " ", m_rcCapture.right, " ",
+                    m_rcCapture.bottom);
+        ClearFrame();
+        return false;
+    }
+    const CFRef<CFDataRef> data(CGDataProviderCopyData(CGImageGetDataProvider(image)));
+    if (data == nullptr) {
+        TRACE_ERROR("CCaptureMac::CaptureScreen()... dataref is NULL!");
+        return false;
+    }
+    const unsigned char* const bytes = CFDataGetBytePtr(data.get());
+    if (bytes == nullptr) {
+        TRACE_ERROR("CCaptureMac::CaptureScreen()... data is NULL!");
+        return false;
+    }
+    TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture ready to lock.");
+    if (!CheckARGBData(bytes, width, height)) {
+        return false;
+    }
+    // The pitch measured by Init holds for every image of the same size.
+    Resize(const_cast<unsigned char*>(bytes), m_nBytesPerRow);
+    return true;
+}
+
+void CCaptureMac::ClearFrame() {
+    if (const int result = ClearBuffer(); result != 0) {
+        TRACE_ERROR("CCaptureMac::DoCapture()... memset_s failed, err = ", result);
+    }
+}
+
+void CCaptureMac::ChangeBmpDataTo4BytesAligned() {
+    if (m_pRowBuffer == nullptr || m_rcCapture.bottom <= m_rcCapture.top) {
+        return;
+    }
+    const std::lock_guard<VQ_Critical_Section> lock(m_csBuffer);
+    if (m_lpBuffer == nullptr) {
+        return;
+    }
+    const auto nWidth = static_cast<size_t>(m_rcCapture.right - m_rcCapture.left);
+    const unsigned char* pRowOrginData = m_pRowBuffer;
+    unsigned char* pRowData = m_lpBuffer;
+    for (int32_t row = m_rcCapture.top; row < m_rcCapture.bottom; ++row) {
+        CHECKED_CALL(memcpy_s(pRowData, nWidth * 4, pRowOrginData, nWidth * 4));
+        pRowOrginData += m_nBytesPerRow;
+        pRowData += nWidth * 4;
+    }
+}
+
+void SaveBmp(char* path, unsigned char* data, int width, int height, uint16_t bitCount) {
+    const BmpHeader header(width, height, bitCount);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "wb"),
+                                                               &std::fclose);
+    if (file == nullptr) {
+        return;
+    }
+    std::fwrite(header.bytes(), 1, BmpHeader::kSize, file.get());
+    std::fwrite(data, 1, header.dataSize(), file.get());
+}
