@@ -1,0 +1,64 @@
+# Debian packages that building, running and testing need; the one place with their names. Sourced.
+#
+#   install_packages GROUP...   installs what is missing of the groups build, run and test
+
+# shellcheck disable=SC2034 # the lists are read through their names
+packages_of_build=(
+    g++ cmake ninja-build pkg-config
+    libcli11-dev libfmt-dev libpng-dev
+    libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev
+)
+
+# shellcheck disable=SC2034
+packages_of_run=(xvfb)
+
+# shellcheck disable=SC2034
+packages_of_test=(
+    libgtest-dev libgmock-dev
+    imagemagick x11-xserver-utils
+    clang clang-format abigail-tools git
+)
+
+# Prints those of the named packages that are not installed, one a line.
+missing_packages() {
+    local package
+    for package in "$@"; do
+        if [[ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)" != installed ]]; then
+            printf '%s\n' "$package"
+        fi
+    done
+}
+
+# Runs a command as root: directly where we are, through sudo where not.
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        printf 'cannot install packages: neither root nor sudo; as root run: %s\n' "$*" >&2
+        return 1
+    fi
+}
+
+install_packages() {
+    if ! command -v dpkg-query >/dev/null; then
+        printf 'note: not a Debian system, so the packages needed are not checked\n' >&2
+        return 0
+    fi
+    local group missing=()
+    for group in "$@"; do
+        local -n packages="packages_of_$group"
+        mapfile -t -O "${#missing[@]}" missing < <(missing_packages "${packages[@]}")
+        unset -n packages
+    done
+    if ((${#missing[@]} == 0)); then
+        return 0
+    fi
+    printf 'installing: %s\n' "${missing[*]}" >&2
+    # The environment is set by env because sudo does not pass it on. Output goes to stderr: what a
+    # caller writes to standard output is its own.
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get -q update >&2 &&
+        as_root env DEBIAN_FRONTEND=noninteractive \
+            apt-get -q install -y --no-install-recommends "${missing[@]}" >&2
+}

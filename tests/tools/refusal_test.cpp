@@ -1,0 +1,126 @@
+#include <sys/stat.h>
+
+#include <memory>
+
+#include "capmgr_fixture.h"
+#include "xvfb_server.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct Refusal {
+    const char* name;
+    std::vector<std::string> arguments;
+    int status;
+    const char* part;  // of the one line on standard error
+};
+
+void PrintTo(const Refusal& refusal, std::ostream* stream) {
+    *stream << refusal.name;
+}
+
+/* One server for all: a refused command leaves it as it was. */
+class RefusalTest : public CapmgrTest, public testing::WithParamInterface<Refusal> {
+  protected:
+    static void SetUpTestSuite() { server = std::make_unique<XvfbServer>("640x480x24"); }
+    static void TearDownTestSuite() { server.reset(); }
+
+    static std::unique_ptr<XvfbServer> server;
+};
+
+std::unique_ptr<XvfbServer> RefusalTest::server;
+
+TEST_P(RefusalTest, TellsInOneLineAndLeavesNothing) {
+    makeFile("file", "kept");
+    std::filesystem::create_directory(file("folder"));
+    const ChildResult result = runCapmgr(server->display(), GetParam().arguments);
+    expectRefusal(result, GetParam().status, GetParam().part);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(names(), ElementsAre("file", "folder"));
+    EXPECT_EQ(std::filesystem::file_size(file("file")), 4U);
+}
+
+const Refusal kBadUsage[] = {
+    {"NoCommand", {}, 2, "a command is required: monitors, shot or run"},
+    {"UnknownCommand", {"snap"}, 2, "'snap' is not a command: monitors, shot or run"},
+    {"UnknownGlobalOption", {"--nope"}, 2, "'--nope' is not an option"},
+    {"UnknownOption", {"shot", "--sise", "1x1", "a.png"}, 2, "--sise"},
+    {"NoFile", {"shot"}, 2, "FILE is required"},
+    {"EmptyFile", {"shot", ""}, 2, "FILE: the name is empty"},
+    {"TwoFiles", {"shot", "a.png", "b.png"}, 2, "b.png"},
+    {"SizeOfWords", {"shot", "--size", "banana", "a.png"}, 2, "'banana' is not WIDTHxHEIGHT"},
+    {"SizeOfOneNumber", {"shot", "--size", "640", "a.png"}, 2, "'640' is not WIDTHxHEIGHT"},
+    {"NegativeSize", {"shot", "--size", "-1x5", "a.png"}, 2, "'-1x5' is not WIDTHxHEIGHT"},
+    {"SizeOverflow", {"shot", "--size", "4294967296x1", "a.png"}, 2, "is not WIDTHxHEIGHT"},
+    {"NoWidth",
+     {"shot", "--size", "0x720", "a.png"},
+     2,
+     "--size 0x720: both sides must be at least 1 and at most 640x480"},
+    {"NoHeight", {"run", "--size", "640x0"}, 2, "at least 1 and at most 640x480"},
+    {"NegativeMonitor", {"shot", "--monitor", "-1", "a.png"}, 2, "--monitor: '-1' is not"},
+    {"MonitorOfWords", {"run", "--monitor", "left"}, 2, "--monitor: 'left' is not"},
+    {"NoRate", {"run", "--fps", "0"}, 2, "--fps: '0' is not a whole number from 1 to 30"},
+    {"RateTooHigh", {"run", "--fps", "31"}, 2, "--fps: '31' is not a whole number from 1 to 30"},
+    {"BrokenRate", {"run", "--fps", "2.5"}, 2, "--fps: '2.5' is not a whole number"},
+    {"SecondsNotANumber", {"run", "--seconds", "nan"}, 2, "--seconds: 'nan' is not a number"},
+    {"EndlessSeconds", {"run", "--seconds", "inf"}, 2, "--seconds: 'inf' is not a number"},
+    {"NoSeconds", {"run", "--seconds", "0"}, 2, "--seconds: '0' is not a number above 0"},
+    {"NegativeSeconds", {"run", "--seconds", "-3"}, 2, "--seconds: '-3' is not a number above 0"},
+    {"RateTwice", {"run", "--fps", "5", "--fps", "6"}, 2, "--fps"},
+    {"EmptyDirectory", {"run", "--out", ""}, 2, "--out: the name is empty"},
+    {"TraceLevelTooHigh", {"--trace", "4", "monitors"}, 2, "--trace: '4' is not a whole number"},
+    {"RateOfAShot", {"shot", "--fps", "5", "a.png"}, 2, "--fps"},
+};
+
+const Refusal kImpossible[] = {
+    {"AbsentMonitor", {"shot", "--monitor", "3", "a.png"}, 1, "no monitor 3: there is 1 (0)"},
+    {"AbsentMonitorOfARun", {"run", "--monitor", "1"}, 1, "no monitor 1: there is 1 (0)"},
+    {"TooWide", {"shot", "--size", "641x480", "a.png"}, 1, "--size 641x480"},
+    {"TooHigh", {"run", "--size", "640x481"}, 1, "at least 1 and at most 640x480"},
+    {"NoSuchFolder", {"shot", "none/a.png"}, 1, "cannot write none/a.png: none: No such file"},
+    {"FileIsAFolder", {"shot", "folder"}, 1, "folder: Is a directory"},
+    {"FileNamesAFolder", {"shot", "folder/"}, 1, "folder/: Is a directory"},
+    {"FileBelowAFile", {"shot", "file/a.png"}, 1, "file/a.png: Not a directory"},
+    {"FileIsADevice", {"shot", "/dev/null"}, 1, "/dev/null: it exists and is not a regular file"},
+    {"FolderThatTakesNoFiles", {"shot", "/proc/a.png"}, 1, "cannot write /proc/a.png"},
+    {"DirectoryIsAFile", {"run", "--out", "file"}, 1, "into directory file: "},
+    {"DirectoryBelowAFile", {"run", "--out", "file/out"}, 1, "into directory file/out: "},
+    {"DirectoryThatTakesNoFiles", {"run", "--out", "/proc/self"}, 1, "first.png"},
+};
+
+std::string nameOf(const testing::TestParamInfo<Refusal>& info) {
+    return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(BadUsage, RefusalTest, testing::ValuesIn(kBadUsage), nameOf);
+INSTANTIATE_TEST_SUITE_P(Impossible, RefusalTest, testing::ValuesIn(kImpossible), nameOf);
+
+class NoServerTest : public CapmgrTest,
+                     public testing::WithParamInterface<std::vector<std::string>> {};
+
+TEST_P(NoServerTest, TellsWhichDisplayIsMeant) {
+    // Servers that choose their number themselves begin at 0 and never come this far.
+    const std::string gone = ":9999";
+    expectRefusal(runCapmgr(gone, GetParam()), 1,
+                  "cannot reach a display server (DISPLAY is '" + gone + "')");
+    expectRefusal(runCapmgr("", GetParam()), 1,
+                  "cannot reach a display server (DISPLAY is not set)");
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryCommand, NoServerTest,
+                         testing::Values(std::vector<std::string>{"monitors"},
+                                         std::vector<std::string>{"shot", "a.png"},
+                                         std::vector<std::string>{"run"}),
+                         [](const auto& test) { return test.param.front(); });
+
+using EmptySizeTest = CapmgrTest;
+
+TEST_F(EmptySizeTest, IsBadUsageEvenWithoutAServer) {
+    expectRefusal(runCapmgr("", {"shot", "--size", "0x1", "a.png"}), 2,
+                  "at least 1 and at most the monitor's own size");
+}
+
+}  // namespace

@@ -1,0 +1,33 @@
+/*
+ * One running capture: started by the constructor, ended by the destructor.
+ *
+ * For one thread, as the interface itself is. Frames come as soon as the capture thread has some.
+ */
+#ifndef CAPMGR_CAPTURE_SESSION_H
+#define CAPMGR_CAPTURE_SESSION_H
+
+#include "CaptureManager.h"
+#include "frame.h"
+
+struct CaptureSettings {
+    unsigned int monitor = 0;
+    CAP_SIZE size{};  // pixels, from 1 x 1 up to the monitor's own
+    unsigned int framesPerSecond = 30;
+};
+
+class CaptureSession {
+  public:
+    /* Throws Failure when the library refuses. */
+    explicit CaptureSession(const CaptureSettings& settings);
+    ~CaptureSession();
+    CaptureSession(const CaptureSession&) = delete;
+    CaptureSession& operator=(const CaptureSession&) = delete;
+
+    /* Copies the newest frame; false, and frame is left alone, while there is none. */
+    bool read(Frame& frame) const;
+
+  private:
+    unsigned int index_;
+};
+
+#endif

@@ -1,0 +1,62 @@
+/*
+ * Tells the reading thread of every frame that the capture thread delivers.
+ *
+ * The interface counts no frames: a reader that locks the buffer again and again cannot tell a new
+ * frame from the one that it has seen, and comparing or hashing the pixels misses a frame that
+ * looks like the one before. The trace does say it: at level 2 the capture thread reports when it
+ * begins a grab and when that frame is in the buffer. So while a watch lives, the facility runs at
+ * level 2 at least, and the watch reads along.
+ *
+ * The capture thread writes, one other thread waits. One watch at a time.
+ */
+#ifndef CAPMGR_FRAME_WATCH_H
+#define CAPMGR_FRAME_WATCH_H
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string_view>
+
+#include "trace_output.h"
+
+using Clock = std::chrono::steady_clock;
+
+/* Why frames do not come. */
+enum class GrabFault {
+    None,
+    NoImage,      // the display gave no image: what is delivered is a black stand-in
+    SizeChanged,  // the display has another size than at the start
+    NoStart,      // the first image could not be taken; the capture has ended
+    GaveUp,       // failed for too long; the capture has ended
+};
+
+struct FrameNews {
+    unsigned int frames = 0;            // delivered since the last wait; stand-ins do not count
+    Clock::time_point grabBegan;        // when the grab of the newest of them began
+    GrabFault fault = GrabFault::None;  // of the newest grab
+};
+
+class FrameWatch {
+  public:
+    explicit FrameWatch(const TraceOutput& output);
+    ~FrameWatch();
+    FrameWatch(const FrameWatch&) = delete;
+    FrameWatch& operator=(const FrameWatch&) = delete;
+
+    /* Waits for a frame or a fault until the deadline; no frame and no fault when it passed. */
+    FrameNews wait(Clock::time_point deadline);
+
+  private:
+    static void follow(void* context, int level, const char* text, int flag);
+    void note(std::string_view text);
+    void noteDelivery();
+
+    const TraceOutput& output_;
+    std::mutex mutex_;  // guards what follows
+    std::condition_variable changed_;
+    Clock::time_point grabBegan_;
+    GrabFault grabFault_ = GrabFault::None;  // of the grab that is under way
+    FrameNews news_;
+};
+
+#endif

@@ -1,0 +1,32 @@
+#include "interruption.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+Interruption::Interruption() {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    sigaddset(&signals_, SIGTERM);
+    sigaddset(&signals_, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+    taker_ = std::thread([this] { takeSignals(); });
+}
+
+Interruption::~Interruption() {
+    ending_ = true;
+    pthread_kill(taker_.native_handle(), SIGTERM);  // wakes it from sigwait
+    taker_.join();
+}
+
+void Interruption::takeSignals() {
+    int signal = 0;
+    while (sigwait(&signals_, &signal) == 0) {
+        if (ending_) {
+            return;
+        }
+        if (requested_.exchange(true)) {
+            const std::unique_lock<std::mutex> noFileHalfWritten = defer();
+            _exit(128 + signal);
+        }
+    }
+}

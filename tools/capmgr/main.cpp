@@ -1,0 +1,72 @@
+/*
+ * capmgr: the capture manager on the command line. Lists the monitors, takes a picture of one,
+ * captures one for a while and reports how that went.
+ *
+ * A command that fails writes one line to standard error, whatever the library traces meanwhile.
+ */
+#include <fcntl.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+#include "commands.h"
+#include "failure.h"
+
+namespace {
+
+// A program started with a standard stream closed would get that number for its connection or its
+// file, and its messages would end up in there.
+void openMissingStreams() {
+    for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) == -1) {
+            open("/dev/null", O_RDWR);
+        }
+    }
+}
+
+void execute(const Options& options, const Environment& environment) {
+    switch (options.command) {
+        case Command::Monitors:
+            monitorsCommand(environment.console);
+            break;
+        case Command::Shot:
+            shotCommand(options, environment);
+            break;
+        case Command::Run:
+            runCommand(options, environment);
+            break;
+    }
+}
+
+ExitStatus report(const char* line, ExitStatus status) {
+    std::fprintf(stderr, "capmgr: %s\n", line);
+    return status;
+}
+
+ExitStatus runProgram(int argc, char** argv) {
+    try {
+        Console console;
+        const std::optional<Options> options = parseOptions(argc, argv, console);
+        if (options) {
+            Interruption interruption;
+            const TraceOutput trace(options->traceLevel);
+            execute(*options, {console, trace, interruption});
+        }
+        console.finish();
+        return ExitStatus::Success;
+    } catch (const Failure& failure) {
+        return report(failure.what(), failure.status());
+    } catch (const std::exception& error) {
+        return report(error.what(), ExitStatus::Failed);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A reader of the output that goes away must not end a capture without its pictures.
+    std::signal(SIGPIPE, SIG_IGN);
+    openMissingStreams();
+    return static_cast<int>(runProgram(argc, argv));
+}

@@ -1,0 +1,33 @@
+/*
+ * The command line as typed values. Nothing here looks at the machine: whether a monitor exists or
+ * a file can be written is found out by the commands.
+ */
+#ifndef CAPMGR_OPTIONS_H
+#define CAPMGR_OPTIONS_H
+
+#include <optional>
+#include <string>
+
+#include "CaptureManager.h"
+#include "console.h"
+
+enum class Command { Monitors, Shot, Run };
+
+struct Options {
+    Command command = Command::Monitors;
+    std::optional<int> traceLevel;        // none: no trace is shown
+    std::optional<unsigned int> monitor;  // none: the primary one
+    std::optional<CAP_SIZE> size;         // pixels; none: the monitor's own; a side may be 0
+    std::string file;                     // shot
+    std::string directory = "captures";   // run
+    unsigned int framesPerSecond = 30;    // run: 1 to 30
+    double seconds = 5.0;                 // run: above 0, at most a day
+};
+
+/*
+ * The options of a command line, or none when it asked for help or the version, which are then
+ * written to the console. Throws Failure (bad usage) for anything that makes no sense.
+ */
+std::optional<Options> parseOptions(int argc, char** argv, Console& console);
+
+#endif

@@ -1,0 +1,15 @@
+#ifndef CAPMGR_RUN_SUMMARY_H
+#define CAPMGR_RUN_SUMMARY_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "frame_keeper.h"
+#include "monitor_choice.h"
+
+/* The table that ends a run; frames holds one frame at least. */
+std::string runSummary(const FrameKeeper& frames, const MonitorChoice& choice,
+                       const std::vector<std::filesystem::path>& pictures);
+
+#endif
