@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -62,7 +63,10 @@ class CAPMGR_API CCaptureBase {
     /* Undoes Init. Called twice for each start. */
     virtual void UnInit() = 0;
 
-    /* Ends the thread, waiting up to 3000 ms for it, then cancelling it. */
+    /*
+     * Ends the thread, waiting up to 3000 ms for it, then cancelling it; comes back within 3.2 s
+     * whatever holds the thread up.
+     */
     void StopCapture();
 
     /* True when the paused state changed. */
@@ -189,6 +193,10 @@ class CAPMGR_API CCaptureBase {
     uint64_t m_nReserved;
 
   private:
+    struct CAPMGR_LOCAL ThreadRun;
+    class CAPMGR_LOCAL ExitSignal;
+
+    CAPMGR_LOCAL void AwaitCancelledThread();
     CAPMGR_LOCAL uint32_t CaptureWidth() const;
     CAPMGR_LOCAL uint32_t CaptureHeight() const;
 
@@ -205,6 +213,8 @@ class CAPMGR_API CCaptureBase {
     CAPMGR_LOCAL void AllocAppBuffer(unsigned int dwSize);
     CAPMGR_LOCAL void AbandonBuffers();
     CAPMGR_LOCAL void ResetUniformRun();
+
+    std::shared_ptr<ThreadRun> m_pThreadRun; /* of the newest start */
 };
 
 #endif

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <new>
 
@@ -55,19 +56,6 @@ bool usesAppBuffer(CAP_TYPE type) {
     return value == 1 || value == 2;
 }
 
-// Sets the exit event on every way out of the thread, cancellation included. The object may be
-// deleted from then on.
-class ExitSignal {
-  public:
-    explicit ExitSignal(CCaptureBase& capture) : capture_(capture) {}
-    ~ExitSignal() { capture_.SetStopEvent(); }
-    ExitSignal(const ExitSignal&) = delete;
-    ExitSignal& operator=(const ExitSignal&) = delete;
-
-  private:
-    CCaptureBase& capture_;
-};
-
 std::array<char, 4> shortNumber(uint8_t value) {
     std::array<char, 4> text{};
     snprintf_s(text.data(), text.size(), text.size() - 1, "%d", static_cast<int>(value));
@@ -75,6 +63,32 @@ std::array<char, 4> shortNumber(uint8_t value) {
 }
 
 }  // namespace
+
+// What a capture thread and its object share, owned by both: a thread that hangs in the platform
+// outlives the object.
+struct CCaptureBase::ThreadRun {
+    std::mutex mutex;
+    bool abandoned = false;  // the object may be gone
+};
+
+// Sets the exit event on every way out of the thread, cancellation included, unless the stop has
+// given the thread up. The object may be deleted from then on.
+class CCaptureBase::ExitSignal {
+  public:
+    explicit ExitSignal(CCaptureBase& capture) : capture_(capture), run_(capture.m_pThreadRun) {}
+    ~ExitSignal() {
+        const std::lock_guard<std::mutex> lock(run_->mutex);
+        if (!run_->abandoned) {
+            capture_.SetStopEvent();
+        }
+    }
+    ExitSignal(const ExitSignal&) = delete;
+    ExitSignal& operator=(const ExitSignal&) = delete;
+
+  private:
+    CCaptureBase& capture_;
+    const std::shared_ptr<ThreadRun> run_;
+};
 
 CCaptureBase::CCaptureBase(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type)
     : m_nSkipCaptureFrame(0),
@@ -150,6 +164,7 @@ uint32_t CCaptureBase::StartCapture() {
     }
     // The thread resets the event as well, but may come to it only after a stop has begun to wait.
     ResetStopEvent();
+    m_pThreadRun = std::make_shared<ThreadRun>();
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_PROCESS);
@@ -174,15 +189,24 @@ void CCaptureBase::StopCapture() {
         if (!m_eventCaptureExit.wait(kStopWaitMs)) {
             pthread_cancel(m_hCaptureThread);
             TRACE_INFO("CCaptureBase::StopCature... Close capture thread timeout!");
-            // A thread that can be cancelled leaves the object at once; it must have left before
-            // the caller may delete it.
-            m_eventCaptureExit.wait(kCancelWaitMs);
+            AwaitCancelledThread();
         }
         m_hCaptureThread = {};
     }
     UnInit();
     m_dwFrameID = 0;
     TRACE_INFO("CCaptureBase::StopCapture... End!!");
+}
+
+// A thread that waits, or sleeps, leaves the object at once when it is cancelled, and must have
+// left before the caller may delete it. One that hangs in the platform never comes back to the
+// object.
+void CCaptureBase::AwaitCancelledThread() {
+    if (m_eventCaptureExit.wait(kCancelWaitMs)) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(m_pThreadRun->mutex);
+    m_pThreadRun->abandoned = true;
 }
 
 bool CCaptureBase::PauseCapture(bool bPause) {
@@ -265,11 +289,12 @@ void CCaptureBase::SetCustomVersion(uint32_t nCustomVersion) {
 }
 
 void* CCaptureBase::CaptureThread(void* param) {
+    pthread_testcancel();  // given up before it began: the object may be gone
     TRACE_INFO("CCaptureBase::CaptureThread()... Begin!");
     if (param != nullptr) {
         auto* const capture = static_cast<CCaptureBase*>(param);
-        capture->ResetStopEvent();
         const ExitSignal signal(*capture);
+        capture->ResetStopEvent();
         capture->Capture();
     }
     TRACE_INFO("CCaptureBase::CaptureThread()... End!");

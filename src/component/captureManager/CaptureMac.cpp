@@ -19,6 +19,13 @@ constexpr char kSourcePath[] = "src/component/captureManager/CaptureMac";
 constexpr uint32_t kBytesPerPixel = 4;
 constexpr int kCaptureType = 4;
 
+// Ends the capture thread here when it was cancelled while the platform had it: a stop does not
+// wait for a platform call that does not come back, so the object may be gone. Called before
+// anything of the object is used again.
+void leaveIfCancelled() {
+    pthread_testcancel();
+}
+
 // Removes the excluded windows, from the last index to the first, so that no index moves before
 // its turn.
 void removeWindows(CFMutableArrayRef windows, const std::vector<const void*>& excluded) {
@@ -87,6 +94,7 @@ CCaptureMac::~CCaptureMac() {
 bool CCaptureMac::Init() {
     TRACE_INFO("CCaptureMac::Init()... Begin");
     ImageRef image(CGDisplayCreateImage(m_dwDisplayID));
+    leaveIfCancelled();
     if (image == nullptr) {
         return false;
     }
@@ -120,6 +128,7 @@ void CCaptureMac::UnInit() {
 bool CCaptureMac::DoCapture() {
     TRACE_DETAIL("CCaptureMac::DoCapture()... Begin!");
     ImageRef image(CreateImage());
+    leaveIfCancelled();
     TRACE_EACH_FRAME(trace::kInformation,
                      "CCaptureMac::DoCapture imageRef: ", static_cast<const void*>(image.get()));
     if (image == nullptr) {
@@ -163,6 +172,7 @@ CGImageRef CCaptureMac::CreateImage() {
 CGImageRef CCaptureMac::CreateImageWithoutWindows(const std::vector<const void*>& excluded) {
     const CFRef<CFArrayRef> onScreen(
         CGWindowListCreate(kCGWindowListOptionOnScreenOnly, kCGNullWindowID));
+    leaveIfCancelled();
     if (onScreen == nullptr) {
         return nullptr;
     }
@@ -204,6 +214,7 @@ bool CCaptureMac::DeliverImage(CGImageRef image) {
         return false;
     }
     const CFRef<CFDataRef> data(CGDataProviderCopyData(CGImageGetDataProvider(image)));
+    leaveIfCancelled();
     if (data == nullptr) {
         TRACE_ERROR("CCaptureMac::CaptureScreen()... dataref is NULL!");
         return false;
