@@ -8,7 +8,6 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
-#include <utility>
 
 #include "process_resources.h"
 #include "screen_test.h"
@@ -243,7 +242,13 @@ struct Holdings {
     ProcessResources resources = ProcessResources::now();
     std::ptrdiff_t threads = std::distance(std::filesystem::directory_iterator("/proc/self/task"),
                                            std::filesystem::directory_iterator());
-    friend bool operator==(const Holdings&, const Holdings&) = default;
+
+    bool fitIn(const Holdings& other) const {
+        return resources.descriptors <= other.resources.descriptors &&
+               resources.imageMappings <= other.resources.imageMappings &&
+               resources.systemVSegments <= other.resources.systemVSegments &&
+               threads <= other.threads;
+    }
 };
 
 void PrintTo(const Holdings& holdings, std::ostream* out) {
@@ -267,12 +272,12 @@ TEST_P(CaptureLeakTest, HundredStartsAndStopsLeaveNothingBehind) {
         ASSERT_TRUE(CapMgr_StopCapture(capture, 0));
     };
     startAndStop();  // what is made once and kept, such as this thread's connection, is there now
-    Holdings before;
-    ASSERT_TRUE(eventually([&] { return std::exchange(before, Holdings()) == before; }));
+    // A thread that is about to end may be counted in; each of a hundred that stayed would show.
+    const Holdings before;
     for (int i = 0; i < 100; ++i)
         startAndStop();
     // The thread is detached, so its last steps may come after the stop has returned.
-    EXPECT_TRUE(eventually([&] { return Holdings() == before; }))
+    EXPECT_TRUE(eventually([&] { return Holdings().fitIn(before); }))
         << testing::PrintToString(before) << " before, " << testing::PrintToString(Holdings());
 }
 
