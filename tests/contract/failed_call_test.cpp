@@ -1,0 +1,284 @@
+// Bounded memory calls that fail: each is reported and changes nothing else.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <memory>
+
+#include "CaptureMac.h"
+#include "Monitor.h"
+#include "MonitorManager.h"
+#include "bounded_memory_faults.h"
+#include "contract_test.h"
+#include "scripted_capture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+constexpr int kCode = 34;
+
+class FailedCall : public ContractTest {
+  protected:
+    // Every report, its position taken off when it has the right form.
+    static std::vector<Message> reports() {
+        std::vector<Message> found;
+        for (const Message& message : trace_recorder::messagesOfLevel(1)) {
+            found.push_back(withoutPosition(message));
+        }
+        return found;
+    }
+};
+
+constexpr const char* kClearRecord =
+    "memset_s(&stRetDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA))";
+constexpr const char* kClearLocked =
+    "memset_s(&stDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA))";
+constexpr const char* kCopySource =
+    "memcpy_s(&m_sOriFrameSize, sizeof(CAP_SIZE), &szInput, sizeof(CAP_SIZE))";
+constexpr const char* kCopyTarget =
+    "memcpy_s(&m_sFinalFrameSize, sizeof(CAP_SIZE), &szOutput, sizeof(CAP_SIZE))";
+constexpr const char* kDeliverSource =
+    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sOriFrameSize, sizeof(CAP_SIZE))";
+constexpr const char* kDeliverTarget =
+    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sFinalFrameSize, sizeof(CAP_SIZE))";
+
+struct Place {
+    const char* name;
+    std::function<void()> prepare;
+    std::function<void()> act;
+    std::vector<const char*> calls;
+};
+
+class FailedCallAt : public FailedCall, public testing::WithParamInterface<Place> {};
+
+TEST_P(FailedCallAt, isReported) {
+    GetParam().prepare();
+    trace_recorder::forget();
+    memory_faults::failBoundedCalls(kCode);
+    GetParam().act();
+    std::vector<Message> expected;
+    for (const char* call : GetParam().calls) {
+        expected.push_back(failedCall(call, kCode));
+    }
+    EXPECT_EQ(reports(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Places, FailedCallAt,
+    testing::Values(
+        Place{"monitorName",
+              [] {},
+              [] { const CMonitor monitor(722, 0); },
+              {"memset_s(displayName, MAX_MONITOR_NAME_LEN, 0, MAX_MONITOR_NAME_LEN)"}},
+        Place{"monitorInfo",
+              [] { CapMgr_GetMonitorCount(); },
+              [] {
+                  CAP_MONITOR_INFO description{};
+                  EXPECT_TRUE(CapMgr_GetMonitorInfo(0, &description));
+              },
+              {"memset_s(pMonitorInfo, sizeof(CAP_MONITOR_INFO), 0, sizeof(CAP_MONITOR_INFO))",
+               "strncpy_s(pMonitorInfo->cstrName, MAX_MONITOR_NAME_LEN, cstrMonitorName, "
+               "MAX_MONITOR_NAME_LEN - 1)"}},
+        Place{"captureIndex",
+              [] { CapMgr_GetMonitorCount(); },
+              [] { EXPECT_EQ(CapMgr_GenerateCaptureIndex(), 0U); },
+              {"memset_s(&(pCapMgr->stFrameSize), sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))"}},
+        Place{"storedSize",
+              [] { CapMgr_GenerateCaptureIndex(); },
+              [] {
+                  EXPECT_TRUE(CapMgr_SetCaptureFrameSize(0, {4, 3}));
+              },
+              {"memcpy_s(&pCapMgr->stFrameSize, sizeof(CAP_SIZE), &stSize, sizeof(CAP_SIZE))"}},
+        Place{"captureScreen",
+              [] { CapMgr_GenerateCaptureIndex(); },
+              [] { EXPECT_EQ(CapMgr_CaptureScreenBuffer(0).pData, nullptr); },
+              {kClearRecord}},
+        Place{"lockScreen",
+              [] { CapMgr_GenerateCaptureIndex(); },
+              [] { EXPECT_EQ(CapMgr_LockScreenBuffer(0).pData, nullptr); },
+              {kClearRecord}},
+        Place{"scalerMade",
+              [] {},
+              [] { const CCaptureScaling scaling; },
+              {"memset_s(&m_sOriFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))",
+               "memset_s(&m_sFinalFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))",
+               "memset_s(&m_sCapFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))"}}),
+    [](const auto& instance) { return instance.param.name; });
+
+// Places that need an object of the test's own.
+
+class FailedCallOfACapture : public FailedCall {
+  protected:
+    void SetUp() override {
+        FailedCall::SetUp();
+        capture_.AllocBuffer(ScriptedCapture::kBytes);
+        trace_recorder::forget();
+        memory_faults::failBoundedCalls(kCode);
+    }
+
+    ScriptedCapture capture_{CAP_METHOD_COREGRAPHICS, CAP_TYPE_APP_WINDOW};
+};
+
+TEST_F(FailedCallOfACapture, isReportedWhenAFrameIsLocked) {
+    capture_.OnCaptureSuccess();
+    const CAP_DESKTOP_DATA data = capture_.LockBuffer();
+    EXPECT_EQ(data.pData, capture_.m_lpBuffer);
+    capture_.UnlockBuffer();
+    EXPECT_THAT(reports(), ElementsAre(failedCall(kClearLocked, kCode)));
+}
+
+TEST_F(FailedCallOfACapture, isReportedForBothBuffersWhenTheSizeIsSet) {
+    EXPECT_TRUE(capture_.SetFrameSize({5, 4}));
+    const auto clear = [](const char* buffer) {
+        return failedCall("memset_s(" + std::string(buffer) +
+                              ", m_nbufSize * sizeof(uint8), 0, m_nbufSize * sizeof(uint8))",
+                          kCode);
+    };
+    EXPECT_THAT(
+        reports(),
+        ElementsAre(clear("m_lpBuffer"), clear("m_lpAppBuffer"), failedCall(kCopySource, kCode),
+                    failedCall(kCopyTarget, kCode), failedCall(kDeliverSource, kCode)));
+}
+
+TEST_F(FailedCallOfACapture, isReportedWhenTheHostsFrameIsCopied) {
+    const unsigned char pixel[4] = {};
+    capture_.UpdateBuffer(pixel, sizeof pixel);
+    EXPECT_THAT(reports(),
+                ElementsAre(failedCall("memcpy_s(m_lpBuffer, m_nbufSize, pData, nLen)", kCode)));
+}
+
+// The sizes were not copied, so both are still alike.
+TEST_F(FailedCallOfACapture, isReportedWhenTheScalerIsInitialised) {
+    EXPECT_TRUE(capture_.m_oScaling.Initialize({4, 3}, {2, 1}));
+    EXPECT_THAT(reports(),
+                ElementsAre(failedCall(kCopySource, kCode), failedCall(kCopyTarget, kCode),
+                            failedCall(kDeliverSource, kCode)));
+}
+
+TEST_F(FailedCallOfACapture, isReportedWhenTheScaledSizeIsDelivered) {
+    memory_faults::failBoundedCalls(0);
+    capture_.m_oScaling.Initialize({4, 3}, {2, 1});
+    memory_faults::failBoundedCalls(kCode);
+    EXPECT_EQ(capture_.m_oScaling.RefreshScalingAlg(), 3);
+    EXPECT_THAT(reports(), ElementsAre(failedCall(kDeliverTarget, kCode)));
+}
+
+// Frames of CoreGraphics.
+
+class FailedCallOfAMacCapture : public FailedCall {
+  protected:
+    void SetUp() override {
+        FailedCall::SetUp();
+        const CMonitor monitor(kMain, 0);
+        capture_ =
+            std::make_unique<CCaptureMac>(&monitor, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP);
+        ASSERT_TRUE(capture_->Init());
+        trace_recorder::forget();
+        memory_faults::failBoundedCalls(kCode);
+    }
+
+    void TearDown() override {
+        capture_->UnInit();
+        capture_.reset();
+        FailedCall::TearDown();
+    }
+
+    std::unique_ptr<CCaptureMac> capture_;
+};
+
+TEST_F(FailedCallOfAMacCapture, isReportedForEachRowThatIsRepacked) {
+    capture_->ChangeBmpDataTo4BytesAligned();
+    EXPECT_THAT(
+        reports(),
+        ElementsAreArray(std::vector<Message>(
+            kMainHeight,
+            failedCall("memcpy_s(pRowData, nWidth * 4, pRowOrginData, nWidth * 4)", kCode))));
+}
+
+// These two are errors of their own, not reports of a failed call.
+
+TEST_F(FailedCallOfAMacCapture, isAnErrorWhenABlackFrameCannotBeMade) {
+    scripted::fail("CGWindowListCreateImage");
+    EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_THAT(trace_recorder::messagesOfLevel(0),
+                ElementsAre(error("CCaptureMac::DoCapture()... imageRef is null!"),
+                            error("CCaptureMac::DoCapture()... memset_s failed, err = 34")));
+    EXPECT_THAT(reports(), IsEmpty());
+}
+
+TEST_F(FailedCallOfAMacCapture, isAnErrorWhenTheFrameCannotBeClearedOnAChange) {
+    scripted::presentImagesOf(4, 4);
+    EXPECT_FALSE(capture_->DoCapture());
+    EXPECT_EQ(trace_recorder::messagesOfLevel(0).back(),
+              error("CCaptureMac::DoCapture()... memset_s failed, err = 34"));
+}
+
+// The form of a report.
+
+TEST_F(FailedCall, isReportedWithItsPositionAndWithoutATag) {
+    CapMgr_GenerateCaptureIndex();
+    trace_recorder::forget();
+    memory_faults::failBoundedCalls(-7);
+    CapMgr_CaptureScreenBuffer(0);
+    ASSERT_THAT(trace_recorder::rawTexts(), testing::SizeIs(2));
+    EXPECT_THAT(trace_recorder::rawTexts()[0],
+                testing::MatchesRegex("\\[src/component/captureManager/CaptureManager;[0-9]+\\] "
+                                      "memset_s\\(&stRetDesktopData, sizeof\\(CAP_DESKTOP_DATA\\), "
+                                      "0, sizeof\\(CAP_DESKTOP_DATA\\)\\) return=-7"));
+    EXPECT_EQ(trace_recorder::messages()[0].level, 1);
+    EXPECT_EQ(trace_recorder::messages()[0].flag, 0);
+}
+
+TEST_F(FailedCall, isReportedAfterTheSourcePositionWhenThatIsWanted) {
+    CapMgr_GenerateCaptureIndex();
+    trace_recorder::forget();
+    trace_recorder::setFileLine(true);
+    memory_faults::failBoundedCalls(kCode);
+    CapMgr_CaptureScreenBuffer(0);
+    EXPECT_THAT(trace_recorder::rawTexts()[0],
+                testing::MatchesRegex("\\[src/component/captureManager/CaptureManager: [0-9]+\\] "
+                                      "\\[src/component/captureManager/CaptureManager;[0-9]+\\] "
+                                      "memset_s.*return=34"));
+}
+
+TEST_F(FailedCall, isBuiltInAStreamOfItsOwnWithoutTheFormat) {
+    CapMgr_GenerateCaptureIndex();
+    trace_recorder::setLevel(1);
+    trace_recorder::forget();
+    memory_faults::failBoundedCalls(kCode);
+    CapMgr_LockScreenBuffer(0);
+    const auto streams = trace_recorder::streams();
+    ASSERT_EQ(streams.size(), 2U);
+    EXPECT_EQ(streams[0].format, 4U) << "the message, destroyed first";
+    EXPECT_NE(streams[1].format, 4U) << "the report in it";
+    EXPECT_EQ(streams[0].text, streams[1].text);
+}
+
+class LevelWithoutReports : public FailedCall, public testing::WithParamInterface<int> {};
+
+TEST_P(LevelWithoutReports, isSilent) {
+    CapMgr_GenerateCaptureIndex();
+    trace_recorder::setLevel(GetParam());
+    trace_recorder::forget();
+    memory_faults::failBoundedCalls(kCode);
+    CapMgr_LockScreenBuffer(0);
+    EXPECT_THAT(trace_recorder::messages(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, LevelWithoutReports, testing::Values(-1, 0));
+
+TEST_F(FailedCall, stillEndsTheName) {
+    CapMgr_GetMonitorCount();
+    memory_faults::failBoundedCalls(kCode);
+    CAP_MONITOR_INFO info;
+    std::memset(&info, 0x41, sizeof info);
+    EXPECT_TRUE(CapMgr_GetMonitorInfo(0, &info));
+    EXPECT_EQ(info.cstrName[MAX_MONITOR_NAME_LEN - 1], '\0');
+    EXPECT_EQ(info.rcMonitor.left, kMainLeft);
+}
+
+}  // namespace

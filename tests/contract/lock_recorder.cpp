@@ -1,0 +1,73 @@
+#include "lock_recorder.h"
+
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "next_definition.h"
+#include "vqutilc.h"
+
+namespace {
+
+struct Record {
+    std::mutex mutex;
+    std::vector<std::pair<std::thread::id, LockUse>> uses;
+
+    static Record& instance() {
+        static Record& record = *new Record;
+        return record;
+    }
+};
+
+void record(const VQ_Critical_Section* section, const char* operation) {
+    const std::lock_guard<std::mutex> lock(Record::instance().mutex);
+    Record::instance().uses.emplace_back(std::this_thread::get_id(), LockUse{section, operation});
+}
+
+using Operation = void (*)(VQ_Critical_Section*);
+
+}  // namespace
+
+namespace lock_recorder {
+
+void forget() {
+    const std::lock_guard<std::mutex> lock(Record::instance().mutex);
+    Record::instance().uses.clear();
+}
+
+std::vector<LockUse> ofThisThread() {
+    const std::lock_guard<std::mutex> lock(Record::instance().mutex);
+    std::vector<LockUse> uses;
+    for (const auto& [thread, use] : Record::instance().uses) {
+        if (thread == std::this_thread::get_id()) {
+            uses.push_back(use);
+        }
+    }
+    return uses;
+}
+
+}  // namespace lock_recorder
+
+void VQ_Critical_Section::init() {
+    static const auto next = nextDefinition<Operation>("_ZN19VQ_Critical_Section4initEv");
+    record(this, "init");
+    next(this);
+}
+
+void VQ_Critical_Section::cleanup() {
+    static const auto next = nextDefinition<Operation>("_ZN19VQ_Critical_Section7cleanupEv");
+    record(this, "cleanup");
+    next(this);
+}
+
+void VQ_Critical_Section::lock() {
+    static const auto next = nextDefinition<Operation>("_ZN19VQ_Critical_Section4lockEv");
+    record(this, "lock");
+    next(this);
+}
+
+void VQ_Critical_Section::unlock() {
+    static const auto next = nextDefinition<Operation>("_ZN19VQ_Critical_Section6unlockEv");
+    record(this, "unlock");
+    next(this);
+}

@@ -1,0 +1,270 @@
+// CCaptureMac: frames through CoreGraphics.
+#include "mac_capture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bounded_memory_faults.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Init.
+
+TEST_F(MacCapture, measuresTheDisplaysImage) {
+    EXPECT_TRUE(make().Init());
+    EXPECT_THAT(
+        trace_recorder::messages(),
+        ElementsAre(information("CCaptureMac::Init()... Begin"),
+                    bufferMessage(2, "CCaptureBase::AllocBuffer..dwSize = 58604, m_nbufSize = 0"),
+                    information("CCaptureBase::AllocBuffer [Mem] m_lpBuffer dwSize = 58604, "
+                                "m_lpBuffer =<pointer>"),
+                    information("CCaptureMac::Init()... End  bufsize:58604 width161 height91 "
+                                "bitcount32 bytesperrow656 bitspercomponent8")));
+    EXPECT_THAT(scripted::calls().front().text, "CGDisplayCreateImage(722) -> image#1");
+    EXPECT_THAT(scripted::calls().back().text, "CGImageRelease(image#1)");
+}
+
+TEST_F(MacCapture, doesNotInitialiseWithoutAnImage) {
+    make();
+    scripted::fail("CGDisplayCreateImage");
+    EXPECT_FALSE(capture_->Init());
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CCaptureMac::Init()... Begin")));
+}
+
+TEST_F(MacCapture, asksForABufferOfTheWholeImage) {
+    scripted::resize(kMain, 1440, 900);
+    scripted::setScale(kMain, 2);
+    EXPECT_TRUE(make().Init());
+    EXPECT_EQ(capture_->m_nbufSize, 20736000U);
+}
+
+TEST_F(MacCapture, hasARowBufferForPaddedRows) {
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 64; });
+    make();
+    memory_faults::failAllocation((kMainWidth * 4 + 64) * kMainHeight);
+    EXPECT_TRUE(capture_->Init()) << "a missing row buffer is not told";
+    EXPECT_TRUE(memory_faults::allocationFailed());
+    EXPECT_THAT(trace_recorder::messagesOfLevel(0), IsEmpty());
+}
+
+TEST_F(MacCapture, hasNoRowBufferForPackedRows) {
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 0; });
+    make();
+    // The frame buffer is as large, and comes first.
+    memory_faults::failAllocation(kMainWidth * 4 * kMainHeight, 1);
+    EXPECT_TRUE(capture_->Init());
+    EXPECT_FALSE(memory_faults::allocationFailed());
+}
+
+TEST_F(MacCapture, neverHasARowBufferAgainOnceRowsWerePacked) {
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 0; });
+    make().Init();
+    capture_->UnInit();
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 64; });
+    memory_faults::failAllocation((kMainWidth * 4 + 64) * kMainHeight);
+    EXPECT_TRUE(capture_->Init());
+    EXPECT_FALSE(memory_faults::allocationFailed());
+}
+
+TEST_F(MacCapture, mayBeUninitialisedTwice) {
+    initialised();
+    capture_->UnInit();
+    capture_->UnInit();
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CCaptureMac::UnInit()... Begin"),
+                            information("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>"),
+                            information("CCaptureMac::UnInit()... End!"),
+                            information("CCaptureMac::UnInit()... Begin"),
+                            information("CCaptureMac::UnInit()... End!")));
+}
+
+TEST_F(MacCapture, measuresAgainAfterUnInit) {
+    initialised();
+    capture_->UnInit();
+    EXPECT_TRUE(capture_->Init());
+    EXPECT_EQ(capture_->m_nbufSize, kMainWidth * kMainHeight * 4);
+}
+
+TEST_F(MacCapture, isOfTypeFour) {
+    EXPECT_EQ(make().GetCaptureType(), 4);
+}
+
+// The desktop.
+
+TEST_F(MacCapture, deliversTheDesktop) {
+    initialised();
+    EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_EQ(buffer(), picture());
+    auto expected = frameMessages();
+    expected.push_back(eachFrame("CCaptureMac::DoCapture ready to lock."));
+    expected.push_back(eachFrame("CCaptureMac::DoCapture()... End!"));
+    EXPECT_EQ(trace_recorder::messages(), expected);
+}
+
+TEST_F(MacCapture, takesTheDesktopWithOneCall) {
+    initialised();
+    capture_->DoCapture();
+    EXPECT_THAT(
+        scripted::callsOf({"CGWindowListCreateImage", "CGWindowListCreate",
+                           "CGWindowListCreateImageFromArray", "CGImageGetDataProvider",
+                           "CGDataProviderCopyData", "CFDataGetBytePtr", "CFRelease",
+                           "CGImageRelease"}),
+        ElementsAre("CGWindowListCreateImage({-161, -45, 161, 91}, 1, 0, 0) -> image#2",
+                    "CGImageGetDataProvider(image#2)",
+                    "CGDataProviderCopyData(provider#2) -> data#1", "CFDataGetBytePtr(data#1)",
+                    "CFRelease(data#1)", "CGImageRelease(image#2)"));
+}
+
+TEST_F(MacCapture, dropsThePaddingOfRows) {
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 64; });
+    initialised();
+    EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_EQ(buffer(), picture());
+}
+
+TEST_F(MacCapture, capturesAScaledDisplayFromTheGlobalOrigin) {
+    scripted::moveTo(kMain, 0, 0);
+    scripted::setScale(kMain, 2);
+    initialised();
+    EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_EQ(buffer(), picture(2 * kMainWidth, 2 * kMainHeight));
+    EXPECT_THAT(scripted::callsOf({"CGWindowListCreateImage"}),
+                ElementsAre("CGWindowListCreateImage({0, 0, 161, 91}, 1, 0, 0) -> image#2"));
+}
+
+TEST_F(MacCapture, capturesAScaledDisplayElsewhereFromTheGlobalOriginAsWell) {
+    scripted::moveTo(kMain, 1440, 0);
+    scripted::setScale(kMain, 2);
+    initialised();
+    capture_->DoCapture();
+    EXPECT_EQ(scripted::countCalls("CGWindowListCreateImage"), 1U);
+    EXPECT_THAT(scripted::callsOf({"CGWindowListCreateImage"}).front(),
+                testing::StartsWith("CGWindowListCreateImage({0, 0, 161, 91}, 1, 0, 0)"));
+}
+
+// Failures.
+
+TEST_F(MacCapture, isBlackWithoutAnImage) {
+    initialised();
+    scripted::fail("CGWindowListCreateImage");
+    EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_THAT(buffer(), Each(0));
+    auto expected = frameMessages();
+    expected.push_back(error("CCaptureMac::DoCapture()... imageRef is null!"));
+    expected.push_back(eachFrame("CCaptureMac::DoCapture()... End!"));
+    EXPECT_EQ(trace_recorder::messages(), expected);
+}
+
+TEST_F(MacCapture, succeedsWithoutImageAndBuffer) {
+    initialised();
+    capture_->UnInit();
+    scripted::fail("CGWindowListCreateImage");
+    EXPECT_TRUE(capture_->DoCapture());
+}
+
+TEST_F(MacCapture, failsAndClearsWhenTheResolutionChanged) {
+    scripted::moveTo(kMain, -1920, 30);
+    scripted::resize(kMain, 1920, 1080);
+    initialised();
+    scripted::resize(kMain, 1280, 720);
+    EXPECT_FALSE(capture_->DoCapture());
+    EXPECT_THAT(buffer(), Each(0));
+    auto expected = frameMessages();
+    expected.push_back(
+        error("CCaptureMac::CaptureScreen()... Resolution changed! 1280 720 -1920 "
+              "30 0 1110"));
+    EXPECT_EQ(trace_recorder::messages(), expected);
+}
+
+struct ImageSize {
+    size_t width;
+    size_t height;
+};
+
+class OtherImageSize : public MacCapture, public testing::WithParamInterface<ImageSize> {};
+
+TEST_P(OtherImageSize, isAChangedResolution) {
+    initialised();
+    scripted::presentImagesOf(GetParam().width, GetParam().height);
+    EXPECT_FALSE(capture_->DoCapture());
+    EXPECT_EQ(scripted::countCalls("CGDataProviderCopyData"), 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, OtherImageSize,
+                         testing::Values(ImageSize{160, 91}, ImageSize{162, 91}, ImageSize{161, 90},
+                                         ImageSize{161, 92}, ImageSize{91, 161}));
+
+TEST_F(MacCapture, keepsItsSizesWhenTheResolutionChanged) {
+    initialised();
+    scripted::presentImagesOf(10, 10);
+    capture_->DoCapture();
+    scripted::presentImagesOf(kMainWidth, kMainHeight);
+    EXPECT_TRUE(capture_->DoCapture());
+}
+
+TEST_F(MacCapture, failsWithoutAData) {
+    initialised();
+    scripted::fail("CGDataProviderCopyData");
+    EXPECT_FALSE(capture_->DoCapture());
+    auto expected = frameMessages();
+    expected.push_back(error("CCaptureMac::CaptureScreen()... dataref is NULL!"));
+    EXPECT_EQ(trace_recorder::messages(), expected);
+    EXPECT_THAT(buffer(), Each(kOldByte));
+    EXPECT_THAT(scripted::leaks(), IsEmpty());
+}
+
+TEST_F(MacCapture, failsWithoutBytes) {
+    initialised();
+    scripted::fail("CFDataGetBytePtr");
+    EXPECT_FALSE(capture_->DoCapture());
+    auto expected = frameMessages();
+    expected.push_back(error("CCaptureMac::CaptureScreen()... data is NULL!"));
+    EXPECT_EQ(trace_recorder::messages(), expected);
+    EXPECT_THAT(scripted::callsOf({"CFRelease", "CGImageRelease"}),
+                ElementsAre("CFRelease(data#1)", "CGImageRelease(image#2)"));
+}
+
+TEST_F(MacCapture, holdsBackAUniformFrame) {
+    initialised();
+    scripted::change(kMain, [](scripted::Display& display) {
+        display.rowPadding = 0;
+        display.pixel = [](size_t, size_t) { return 0xFF102030U; };
+    });
+    EXPECT_FALSE(capture_->DoCapture());
+    EXPECT_THAT(buffer(), Each(kOldByte));
+    EXPECT_THAT(trace_recorder::messagesOfLevel(0), IsEmpty());
+    EXPECT_EQ(trace_recorder::count("[KXSS]CCaptureMac::DoCapture()... End!"), 0U);
+    EXPECT_THAT(scripted::leaks(), IsEmpty());
+}
+
+TEST_F(MacCapture, tracesItsDestruction) {
+    make();
+    capture_.reset();
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CCaptureMac::~CCaptureMac()... Begin"),
+                            information("CCaptureMac::~CCaptureMac()... End")));
+}
+
+TEST_F(MacCapture, freesItsFrameBufferWhenDestroyedInitialised) {
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 0; });
+    initialised();
+    capture_.reset();
+    EXPECT_THAT(
+        trace_recorder::messages(),
+        ElementsAre(information("CCaptureMac::~CCaptureMac()... Begin"),
+                    information("CCaptureMac::~CCaptureMac()... End"),
+                    information("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>")));
+}
+
+TEST_F(MacCapture, repacksNothingWithoutARowBuffer) {
+    scripted::change(kMain, [](scripted::Display& display) { display.rowPadding = 0; });
+    initialised();
+    capture_->ChangeBmpDataTo4BytesAligned();
+    EXPECT_THAT(buffer(), Each(kOldByte));
+}
+}  // namespace

@@ -1,0 +1,115 @@
+// That the tests of this program test what they mean to: the shipped library, over the scripted
+// platform and none besides, with the support calls of this program in front.
+#include <CoreGraphics/CoreGraphics.h>
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <link.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "contract_test.h"
+#include "kxcommon64.h"
+#include "vqutilc.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+
+std::vector<std::string> loadedLibraries(const std::string& fileName) {
+    struct Search {
+        std::string fileName;
+        std::vector<std::string> found;
+    } search{fileName, {}};
+    dl_iterate_phdr(
+        [](dl_phdr_info* library, size_t, void* context) {
+            auto* const state = static_cast<Search*>(context);
+            if (std::filesystem::path(library->dlpi_name).filename() == state->fileName) {
+                state->found.push_back(std::filesystem::canonical(library->dlpi_name));
+            }
+            return 0;
+        },
+        &search);
+    return search.found;
+}
+
+std::string homeOf(const char* symbol) {
+    Dl_info information{};
+    if (dladdr(dlsym(RTLD_DEFAULT, symbol), &information) == 0) {
+        return "nowhere";
+    }
+    return std::filesystem::canonical(information.dli_fname);
+}
+
+std::string thisProgram() {
+    return std::filesystem::canonical("/proc/self/exe");
+}
+
+class Seams : public ContractTest {};
+
+TEST_F(Seams, onlyTheScriptedPlatformIsLoaded) {
+    EXPECT_THAT(loadedLibraries("libqor_coregraphics.so"),
+                ElementsAre(EndsWith("/tests/fakes/libqor_coregraphics.so")));
+}
+
+TEST_F(Seams, theLibrarysPlatformCallsReachTheScriptedPlatform) {
+    CapMgr_GetMonitorCount();
+    EXPECT_EQ(scripted::countCalls("CGGetActiveDisplayList"), 2U);
+    EXPECT_THAT(homeOf("CGGetActiveDisplayList"), EndsWith("/tests/fakes/libqor_coregraphics.so"));
+}
+
+TEST_F(Seams, theExportedFunctionsComeFromTheShippedLibrary) {
+    EXPECT_THAT(homeOf("CapMgr_StartCapture"), EndsWith("/lib/libqor_conf_capturemanager.so"));
+}
+
+class InterposedSymbol : public Seams, public testing::WithParamInterface<const char*> {};
+
+TEST_P(InterposedSymbol, isFoundInThisProgramFirst) {
+    EXPECT_EQ(homeOf(GetParam()), thisProgram());
+}
+
+INSTANTIATE_TEST_SUITE_P(SupportCalls, InterposedSymbol,
+                         testing::Values("vq_trace_level", "vq_get_trace_file_line",
+                                         "vq_trace_write", "vq_trace_input_error_msg", "memset_s",
+                                         "memcpy_s", "strncpy_s", "get_tick_count", "usleep",
+                                         "pthread_create", "pthread_cancel", "pthread_attr_destroy",
+                                         "pthread_attr_setscope", "_ZN14VQ_Text_StreamC1Ejj",
+                                         "_ZN14VQ_Text_StreamD1Ev", "_ZN8VQ_Event4waitEj",
+                                         "_ZN19VQ_Critical_Section4lockEv",
+                                         "_ZN19VQ_Critical_Section6unlockEv",
+                                         "_ZnamRKSt9nothrow_t"));
+
+// The checks that every test ends with must see what they are for.
+
+TEST_F(Seams, aLeakedObjectIsFound) {
+    const CGImageRef image = CGDisplayCreateImage(kMain);
+    EXPECT_THAT(scripted::leaks(), testing::Contains("leaked image#1, references 1"));
+    CGImageRelease(image);
+    EXPECT_THAT(scripted::leaks(), testing::IsEmpty());
+}
+
+TEST_F(Seams, anObjectReleasedTooOftenIsFound) {
+    const CGImageRef image = CGDisplayCreateImage(kMain);
+    CGImageRelease(image);
+    CGImageRelease(image);
+    EXPECT_THAT(scripted::faults(), ElementsAre("CGImageRelease of a released object: image#1"));
+    scripted::reset();
+}
+
+TEST_F(Seams, anObjectThatWasNeverMadeIsFound) {
+    const int stray = 0;
+    CFRelease(&stray);
+    EXPECT_THAT(scripted::faults(), ElementsAre("CFRelease of a foreign object"));
+    scripted::reset();
+}
+
+TEST_F(Seams, aMessageToldOnceOnlyIsFound) {
+    vq_trace_write(0, "lonely", 0);
+    EXPECT_THAT(trace_recorder::faults(),
+                ElementsAre("not told to vq_trace_input_error_msg: lonely"));
+    trace_recorder::forget();
+}
+
+}  // namespace
