@@ -1,7 +1,7 @@
 // A C++17 host that includes nothing but the public header.
-#include "CaptureManager.h"
-
 #include <cstddef>
+
+#include "CaptureManager.h"
 
 static_assert(sizeof(CAP_MONITOR_INFO) == 96);
 static_assert(offsetof(CAP_MONITOR_INFO, bPrimary) == 92);
