@@ -15,7 +15,6 @@ using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Not;
 
 const Message kUnknownRecord = error("CMonitorManager::GetCaptureMgr... Capture Index Invalid!");
 const Message kUnknownInstance =

@@ -33,6 +33,27 @@ class CancellationGuard {
     int before_ = 0;
 };
 
+// Marks a thread as hanging, also when it is cancelled there.
+class HangingMark {
+  public:
+    HangingMark(bool& hanging, std::condition_variable& changed)
+        : hanging_(hanging), changed_(changed) {
+        set(true);
+    }
+    ~HangingMark() { set(false); }
+    HangingMark(const HangingMark&) = delete;
+    HangingMark& operator=(const HangingMark&) = delete;
+
+  private:
+    void set(bool hanging) {
+        hanging_ = hanging;
+        changed_.notify_all();
+    }
+
+    bool& hanging_;
+    std::condition_variable& changed_;
+};
+
 }  // namespace
 
 Script& Script::instance() {
@@ -128,11 +149,8 @@ void Script::hangIfTold(const std::string& function) {
         return;
     }
     const CancellationGuard guard(!hangCancellable_);
-    hanging_ = true;
-    hangChanged_.notify_all();
+    const HangingMark mark(hanging_, hangChanged_);
     hangChanged_.wait(lock, [this] { return hangFunction_.empty(); });
-    hanging_ = false;
-    hangChanged_.notify_all();
 }
 
 bool Script::awaitHang() {

@@ -58,7 +58,6 @@ class Script {
     void forgetCalls();
 
     void failFrom(const std::string& function, size_t skip, size_t times);
-    void succeed(const std::string& function) { failures_.erase(function); }
 
     // These take a lock of their own.
     void hangNext(const std::string& function, bool cancellable);
@@ -101,9 +100,6 @@ requires std::is_arithmetic_v<Number> || std::is_enum_v<Number> std::string text
 
 // Objects by label; other pointers only as null or not.
 std::string objectText(const void* reference);
-inline std::string text(const Object* object) {
-    return objectText(object);
-}
 struct Reference {
     const void* pointer;
 };

@@ -126,11 +126,6 @@ void fail(const std::string& function, size_t skip, size_t times) {
     script().failFrom(function, skip, times);
 }
 
-void succeed(const std::string& function) {
-    const Lock lock(script().mutex());
-    script().succeed(function);
-}
-
 void hang(const std::string& function, bool cancellable) {
     script().hangNext(function, cancellable);
 }

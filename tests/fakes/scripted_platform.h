@@ -108,7 +108,6 @@ SCRIPTED_API void setCalendarClock(unsigned int seconds, int nanoseconds);
  */
 constexpr size_t kAlways = static_cast<size_t>(-1);
 SCRIPTED_API void fail(const std::string& function, size_t skip = 0, size_t times = kAlways);
-SCRIPTED_API void succeed(const std::string& function);
 
 /*
  * Makes the next call of the named function hang until letGo(). A hanging thread is in a

@@ -1,6 +1,7 @@
 #include "x11/connection.h"
 
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <xcb/randr.h>
@@ -93,7 +94,9 @@ std::future<Link> startConnecting(std::string displayName) {
         [displayName = std::move(displayName)] { return openLink(displayName); });
     auto link = task.get_future();
     const coregraphics::AllSignalsHeld allSignalsHeld;
-    std::thread(std::move(task)).detach();
+    std::thread thread(std::move(task));
+    pthread_setname_np(thread.native_handle(), "qor-connect");  // for whoever looks at the host
+    thread.detach();
     return link;
 }
 
