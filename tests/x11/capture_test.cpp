@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 
 #include "process_resources.h"
 #include "screen_test.h"
@@ -255,15 +256,18 @@ void PrintTo(const Holdings& holdings, std::ostream* out) {
     *out << testing::PrintToString(holdings.resources) << ", " << holdings.threads << " threads";
 }
 
-class CaptureLeakTest : public CaptureTest, public testing::WithParamInterface<const char*> {};
+/* By which of the ways that images take. */
+enum class Rung { Descriptors, Identifiers, Replies };
+
+class CaptureLeakTest : public CaptureTest, public testing::WithParamInterface<Rung> {};
 
 TEST_P(CaptureLeakTest, HundredStartsAndStopsLeaveNothingBehind) {
-    const std::string transport = GetParam();
-    startServer("320x240x24", transport == "descriptors"
-                                  ? std::vector<std::string>{}
-                                  : std::vector<std::string>{"-listen", "tcp"});
-    if (transport == "identifiers")
-        useDisplay(server_->tcpDisplay());
+    std::optional<NoLargeFiles> noMemoryByDescriptor;
+    if (GetParam() == Rung::Identifiers)
+        noMemoryByDescriptor.emplace();
+    startServer("320x240x24", GetParam() == Rung::Replies
+                                  ? std::vector<std::string>{"-extension", "MIT-SHM"}
+                                  : std::vector<std::string>{});
     paintScene();
     const unsigned capture = newCapture();
     const auto startAndStop = [&] {
@@ -281,7 +285,7 @@ TEST_P(CaptureLeakTest, HundredStartsAndStopsLeaveNothingBehind) {
         << testing::PrintToString(before) << " before, " << testing::PrintToString(Holdings());
 }
 
-INSTANTIATE_TEST_SUITE_P(Transports, CaptureLeakTest, testing::Values("descriptors", "identifiers"),
-                         [](const auto& transport) { return std::string(transport.param); });
+INSTANTIATE_TEST_SUITE_P(Rungs, CaptureLeakTest,
+                         testing::Values(Rung::Descriptors, Rung::Identifiers, Rung::Replies));
 
 }  // namespace
