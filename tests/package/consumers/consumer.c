@@ -29,8 +29,14 @@ static const AnyFunction kFunctions[] = {
 };
 
 int main(void) {
+    const size_t count = sizeof kFunctions / sizeof kFunctions[0];
+    for (size_t i = 0; i < count; ++i) {
+        if (kFunctions[i] == NULL) {
+            return 1;
+        }
+    }
     unsigned int index = CapMgr_GenerateCaptureIndex();
     CAP_DESKTOP_DATA frame = CapMgr_LockScreenBuffer(index);
-    printf("%zu functions, index %u\n", sizeof kFunctions / sizeof kFunctions[0], index);
-    return frame.pData == 0 && index == 0 ? 0 : 1;
+    printf("%zu functions, index %u\n", count, index);
+    return frame.pData == NULL && index == 0 ? 0 : 1;
 }
