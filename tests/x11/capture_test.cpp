@@ -73,6 +73,16 @@ class CaptureTest : public testing::Test {
         return result;
     }
 
+    // A capture of a new server's painted scene, whose frames have begun to come.
+    unsigned sceneCapture() {
+        startServer("320x240x24");
+        paintScene();
+        const unsigned capture = newCapture();
+        EXPECT_EQ(start(capture), 0U);
+        EXPECT_TRUE(shows(capture, 200, 200, kBlue));
+        return capture;
+    }
+
     void paint(const Area& area, Color color) const {
         painter_->fill(area, color);
         painter_->sync();
@@ -144,11 +154,7 @@ TEST_F(CaptureTest, SizeSetWhileCapturingTakesEffect) {
 }
 
 TEST_F(CaptureTest, FramesFollowTheScreen) {
-    startServer("320x240x24");
-    paintScene();
-    const unsigned capture = newCapture();
-    ASSERT_EQ(start(capture), 0U);
-    ASSERT_TRUE(shows(capture, 200, 200, kBlue));
+    const unsigned capture = sceneCapture();
     paint({190, 190, 20, 20}, kGreen);
     EXPECT_TRUE(shows(capture, 200, 200, kGreen));
 }
@@ -209,11 +215,7 @@ TEST_F(CaptureTest, ScreenOfOneColourIsDeliveredAfterAll) {
 }
 
 TEST_F(CaptureTest, StoppedCaptureStartsAgainOnTheSameIndex) {
-    startServer("320x240x24");
-    paintScene();
-    const unsigned capture = newCapture();
-    ASSERT_EQ(start(capture), 0U);
-    ASSERT_TRUE(shows(capture, 200, 200, kBlue));
+    const unsigned capture = sceneCapture();
     ASSERT_TRUE(CapMgr_StopCapture(capture, 0));
     EXPECT_EQ(CapMgr_LockScreenBuffer(capture).pData, nullptr);
     ASSERT_EQ(start(capture), 0U);
@@ -221,11 +223,7 @@ TEST_F(CaptureTest, StoppedCaptureStartsAgainOnTheSameIndex) {
 }
 
 TEST_F(CaptureTest, HostOutlivesTheServerAndStops) {
-    startServer("320x240x24");
-    paintScene();
-    const unsigned capture = newCapture();
-    ASSERT_EQ(start(capture), 0U);
-    ASSERT_TRUE(shows(capture, 200, 200, kBlue));
+    const unsigned capture = sceneCapture();
     painter_.reset();
     server_.reset();
     EXPECT_TRUE(shows(capture, 200, 200, Color{}));  // black: there is no image any more
