@@ -50,6 +50,15 @@ class CAPMGR_API CMonitorManager {
     void CreateMonitor(int nWidth, int nHeight, unsigned int nBitCount);
     void DestroyMonitor();
 
+    /*
+     * Draws the whole display at dwMonitorIndex, scaled to dwWidth x dwHeight pixels whatever its
+     * aspect ratio, into pBuffer: rows from the top down without gaps, GetBitsPerPixel() / 8 bytes
+     * a pixel, in the byte order of captured frames. pBuffer is the caller's, as large as that
+     * takes. False, with pBuffer untouched, for an unknown index, a size of 0, a null pBuffer, and
+     * where the display cannot be read or drawn. Needs no capture, and disturbs none.
+     */
+    bool GetScreenThumbnail(unsigned int dwMonitorIndex, int dwWidth, int dwHeight, void* pBuffer);
+
     /* A record under a fresh index: 0, 1, 2 and so on. */
     unsigned int GenerateCaptureIndex();
 

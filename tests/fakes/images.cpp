@@ -36,7 +36,8 @@ CGImageRef newImage(const Invocation& call, PixelSize size, size_t padding,
     const size_t pitch = size.width * kBytesPerPixel + padding;
     auto* const provider = call.objects().add(std::make_unique<CGDataProvider>(
         [size, pitch, pixel] { return paint(size, pitch, pixel); }));
-    return call.make(std::make_unique<CGImage>(size.width, size.height, pitch, provider));
+    auto* const space = call.objects().add(std::make_unique<CGColorSpace>());
+    return call.make(std::make_unique<CGImage>(size.width, size.height, pitch, provider, space));
 }
 
 // What a rectangle of the desktop shows: the display at its origin, no further than its edges, in
@@ -78,6 +79,7 @@ const CGImage* imageOf(const Invocation& call, CGImageRef image) {
 
 void CGImage::dispose() {
     Script::instance().objects().release(provider, "image");
+    Script::instance().objects().release(space, "image");
 }
 
 CGImageRef CGDisplayCreateImage(CGDirectDisplayID display) {
@@ -147,6 +149,12 @@ size_t CGImageGetBytesPerRow(CGImageRef image) {
 CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) {
     const Invocation call("CGImageGetAlphaInfo", Reference{image});
     return imageOf(call, image) == nullptr ? kCGImageAlphaNone : kCGImageAlphaNoneSkipFirst;
+}
+
+CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) {
+    const Invocation call("CGImageGetColorSpace", Reference{image});
+    const CGImage* const used = imageOf(call, image);
+    return used == nullptr ? nullptr : used->space;
 }
 
 CGDataProviderRef CGImageGetDataProvider(CGImageRef image) {

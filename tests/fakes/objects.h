@@ -141,18 +141,41 @@ struct CGDataProvider final : scripted::Object {
     PixelBytes bytes;
 };
 
+// Lives and dies with its image as well.
+struct CGColorSpace final : scripted::Object {
+    CGColorSpace() : Object("space") {}
+    void dispose() override {}
+};
+
 struct CGImage final : scripted::Object {
-    CGImage(size_t imageWidth, size_t imageHeight, size_t pitch, CGDataProvider* imageProvider)
+    CGImage(size_t imageWidth, size_t imageHeight, size_t pitch, CGDataProvider* imageProvider,
+            CGColorSpace* imageSpace)
         : Object("image"),
           width(imageWidth),
           height(imageHeight),
           bytesPerRow(pitch),
-          provider(imageProvider) {}
-    void dispose() override;  // and its provider
+          provider(imageProvider),
+          space(imageSpace) {}
+    void dispose() override;  // and its provider and colour space
     const size_t width;
     const size_t height;
     const size_t bytesPerRow;
     CGDataProvider* const provider;
+    CGColorSpace* const space;
+};
+
+struct CGContext final : scripted::Object {
+    CGContext(void* memory, size_t contextWidth, size_t contextHeight, size_t pitch)
+        : Object("context"),
+          data(static_cast<uint8_t*>(memory)),
+          width(contextWidth),
+          height(contextHeight),
+          bytesPerRow(pitch) {}
+    void dispose() override {}
+    uint8_t* const data;
+    const size_t width;
+    const size_t height;
+    const size_t bytesPerRow;
 };
 
 struct CGDisplayMode final : scripted::Object {

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "coregraphics/color_space.h"
 #include "coregraphics/display_server.h"
 
 using qor::corefoundation::Reference;
@@ -75,6 +76,10 @@ size_t CGImageGetBytesPerRow(CGImageRef image) {
 
 CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) {
     return image == nullptr ? kCGImageAlphaNone : kCGImageAlphaNoneSkipFirst;
+}
+
+CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) {
+    return image == nullptr ? nullptr : qor::coregraphics::screenColorSpace();
 }
 
 CGDataProviderRef CGImageGetDataProvider(CGImageRef image) {

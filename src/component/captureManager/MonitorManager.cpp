@@ -7,6 +7,7 @@
 #include "CaptureBase.h"
 #include "CaptureMac.h"
 #include "Monitor.h"
+#include "PlatformRef.h"
 #include "Trace.h"
 #include "kxcommon64.h"
 
@@ -53,6 +54,19 @@ CMonitor* firstMonitor(const std::vector<CMonitor*>& monitors, bool primary) {
         return monitor->IsPrimaryMonitor() == primary;
     });
     return found == monitors.end() ? nullptr : *found;
+}
+
+// A context over packed rows of the monitor's own depth, of the image's kind of pixel.
+ContextRef thumbnailContext(const CMonitor& monitor, CGImageRef image, int width, int height,
+                            void* buffer) {
+    const size_t bitsPerComponent = CGImageGetBitsPerComponent(image);
+    const uint32_t bytesPerRow = (monitor.GetBitsPerPixel() >> 3) * static_cast<uint32_t>(width);
+    const CGColorSpaceRef colorSpace = CGImageGetColorSpace(image);
+    const uint32_t bitmapInfo =
+        static_cast<uint32_t>(CGImageGetAlphaInfo(image)) | kCGBitmapByteOrder32Little;
+    return ContextRef(CGBitmapContextCreate(buffer, static_cast<size_t>(width),
+                                            static_cast<size_t>(height), bitsPerComponent,
+                                            bytesPerRow, colorSpace, bitmapInfo));
 }
 
 bool contains(const std::vector<const void*>& windows, const void* window) {
@@ -157,6 +171,35 @@ void CMonitorManager::CreateMonitor(int nWidth, int nHeight, unsigned int nBitCo
 
 void CMonitorManager::DestroyMonitor() {
     TRACE_INFO("CMonitorManager::DestroyMonitor");
+}
+
+bool CMonitorManager::GetScreenThumbnail(unsigned int dwMonitorIndex, int dwWidth, int dwHeight,
+                                         void* pBuffer) {
+    const CMonitor* const monitor = GetMonitor(dwMonitorIndex);
+    if (monitor == nullptr) {
+        TRACE_ERROR("CMonitorManager::GetScreenThumbnail... invalid param dwMonitorIndex!");
+        return false;
+    }
+    if (dwWidth == 0 || dwHeight == 0) {
+        TRACE_ERROR("CMonitorManager::GetScreenThumbnail... invalid param dwWidth or dwHeight!");
+        return false;
+    }
+    if (pBuffer == nullptr) {
+        TRACE_ERROR("CMonitorManager::GetScreenThumbnail... pBuffer is NULL!");
+        return false;
+    }
+    ImageRef image(CGDisplayCreateImage(monitor->GetDisplayID()));
+    if (image == nullptr) {
+        return false;  // without a trace by rule
+    }
+    const ContextRef context = thumbnailContext(*monitor, image.get(), dwWidth, dwHeight, pBuffer);
+    if (context == nullptr) {
+        image.reset();
+        TRACE_ERROR("CMonitorManager::GetScreenThumbnail... CGBitmapContextCreate failed!");
+        return false;
+    }
+    CGContextDrawImage(context.get(), CGRectMake(0, 0, dwWidth, dwHeight), image.get());
+    return true;
 }
 
 unsigned int CMonitorManager::GenerateCaptureIndex() {

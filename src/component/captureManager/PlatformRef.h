@@ -19,6 +19,7 @@ using PlatformRef = std::unique_ptr<std::remove_pointer_t<Ref>, PlatformRelease<
 
 template <typename Ref>
 using CFRef = PlatformRef<Ref, &CFRelease>;
+using ContextRef = PlatformRef<CGContextRef, &CGContextRelease>;
 using ImageRef = PlatformRef<CGImageRef, &CGImageRelease>;
 using DisplayModeRef = PlatformRef<CGDisplayModeRef, &CGDisplayModeRelease>;
 

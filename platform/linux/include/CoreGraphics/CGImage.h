@@ -7,6 +7,7 @@
 #ifndef COREGRAPHICS_CGIMAGE_H
 #define COREGRAPHICS_CGIMAGE_H
 
+#include <CoreGraphics/CGColorSpace.h>
 #include <CoreGraphics/CGDataProvider.h>
 
 #ifdef __cplusplus
@@ -28,8 +29,11 @@ CF_ENUM(uint32_t, CGImageAlphaInfo){
     kCGImageAlphaOnly,
 };
 
+/* The order of a pixel's bytes, or-ed to a CGImageAlphaInfo. Default is 32Big. */
 CF_OPTIONS(uint32_t, CGBitmapInfo){
-    kCGBitmapByteOrder32Little = 2 << 12,
+    kCGBitmapAlphaInfoMask = 0x1F,       kCGBitmapByteOrderMask = 0x7000,
+    kCGBitmapByteOrderDefault = 0 << 12, kCGBitmapByteOrder32Little = 2 << 12,
+    kCGBitmapByteOrder32Big = 4 << 12,
 };
 
 /* Width and height in pixels. */
@@ -45,6 +49,9 @@ size_t CGImageGetBitsPerPixel(CGImageRef image);
 size_t CGImageGetBytesPerRow(CGImageRef image);
 
 CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image);
+
+/* The image's colour space, lent: valid while the image is. */
+CGColorSpaceRef CGImageGetColorSpace(CGImageRef image);
 
 /* The provider of the image's bytes, lent: valid while the image is. */
 CGDataProviderRef CGImageGetDataProvider(CGImageRef image);

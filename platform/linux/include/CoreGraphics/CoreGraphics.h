@@ -3,6 +3,8 @@
 #define COREGRAPHICS_COREGRAPHICS_H
 
 #include <CoreGraphics/CGBase.h>
+#include <CoreGraphics/CGColorSpace.h>
+#include <CoreGraphics/CGContext.h>
 #include <CoreGraphics/CGDataProvider.h>
 #include <CoreGraphics/CGDirectDisplay.h>
 #include <CoreGraphics/CGError.h>

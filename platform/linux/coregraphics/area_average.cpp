@@ -1,0 +1,80 @@
+#include "coregraphics/area_average.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace qor::coregraphics {
+namespace {
+
+constexpr std::size_t kBytesPerPixel = 4;
+constexpr std::size_t kChannels = 3;
+
+/* What one source pixel gives to one target pixel along one dimension. */
+struct Share {
+    std::size_t source;
+    std::size_t target;
+    std::uint32_t weight;  // of a target pixel's sum, which is the source's length
+};
+
+/* Both lengths are divided into source * target units, so that every share is a whole number. */
+std::vector<Share> sharesOf(std::size_t source, std::size_t target) {
+    std::vector<Share> shares;
+    shares.reserve(source + target);
+    std::size_t from = 0;
+    for (std::size_t i = 0, j = 0; i < source;) {
+        const std::size_t sourceEnd = (i + 1) * target;
+        const std::size_t targetEnd = (j + 1) * source;
+        const std::size_t to = std::min(sourceEnd, targetEnd);
+        shares.push_back({i, j, static_cast<std::uint32_t>(to - from)});
+        i += to == sourceEnd ? 1 : 0;
+        j += to == targetEnd ? 1 : 0;
+        from = to;
+    }
+    return shares;
+}
+
+void addAcross(const std::uint8_t* row, const std::vector<Share>& shares,
+               std::vector<std::uint32_t>& sums) {
+    std::ranges::fill(sums, 0U);
+    for (const Share& share : shares) {
+        const std::uint8_t* const pixel = row + share.source * kBytesPerPixel;
+        std::uint32_t* const sum = sums.data() + share.target * kChannels;
+        for (std::size_t channel = 0; channel < kChannels; ++channel)
+            sum[channel] += share.weight * pixel[channel];
+    }
+}
+
+}  // namespace
+
+void averageArea(const Picture& picture, Size target, std::size_t firstRow, std::size_t endRow,
+                 const TakeRow& takeRow) {
+    const std::vector<Share> across = sharesOf(picture.size.width, target.width);
+    const std::vector<Share> down = sharesOf(picture.size.height, target.height);
+    const std::uint64_t whole = std::uint64_t{picture.size.width} * picture.size.height;
+    std::vector<std::uint32_t> rowSums(target.width * kChannels);
+    std::vector<std::uint64_t> sums(rowSums.size());
+    std::vector<std::uint8_t> means(rowSums.size());
+
+    std::size_t summedRow = picture.size.height;  // none yet
+    for (auto share = down.begin(); share != down.end(); ++share) {
+        if (share->target < firstRow)
+            continue;
+        if (share->target >= endRow)
+            return;
+        if (std::exchange(summedRow, share->source) != share->source)
+            addAcross(picture.pixels + share->source * picture.bytesPerRow, across, rowSums);
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            sums[i] += std::uint64_t{share->weight} * rowSums[i];
+        const auto next = share + 1;
+        if (next != down.end() && next->target == share->target)
+            continue;
+        std::ranges::transform(sums, means.begin(), [whole](std::uint64_t sum) {
+            return static_cast<std::uint8_t>((sum + whole / 2) / whole);
+        });
+        takeRow(share->target, means);
+        std::ranges::fill(sums, std::uint64_t{0});
+    }
+}
+
+}  // namespace qor::coregraphics
