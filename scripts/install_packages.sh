@@ -1,6 +1,6 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
-#   install_packages GROUP...   installs what is missing of the groups build, run and test
+#   install_packages GROUP...   installs what is missing of the groups build, run, test and coverage
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
@@ -18,6 +18,9 @@ packages_of_test=(
     imagemagick x11-xserver-utils
     clang clang-format abigail-tools git
 )
+
+# shellcheck disable=SC2034
+packages_of_coverage=(gcovr)
 
 # Prints those of the named packages that are not installed, one a line.
 missing_packages() {
