@@ -32,7 +32,12 @@ CGDirectDisplayID mainDisplay(const std::vector<CGDirectDisplayID>& displays) {
 }
 
 // From an origin at the upper left with y down to one at the main display's lower left with y up.
-CGRect screenFrame(const CGRect& bounds, const CGRect& mainBounds) {
+// While the displays change hands there may be none that is main: then the display's own lower
+// left.
+CGRect screenFrame(CGDirectDisplayID display, CGDirectDisplayID main) {
+    const CGRect bounds = CGDisplayBounds(display);
+    const CGRect mainBounds =
+        main == kNoDisplay || main == display ? bounds : CGDisplayBounds(main);
     const CGFloat mainBottom = mainBounds.origin.y + mainBounds.size.height;
     return CGRectMake(bounds.origin.x - mainBounds.origin.x,
                       mainBottom - (bounds.origin.y + bounds.size.height), bounds.size.width,
@@ -52,15 +57,16 @@ double backingScale(CGDirectDisplayID display) {
 }  // namespace
 
 void ScreenInfo(uint32_t displayID, double* scaleFactor, CGRect* frame) {
+    if (scaleFactor == nullptr && frame == nullptr) {
+        return;
+    }
     const std::vector<CGDirectDisplayID> displays = activeDisplays();
     const CGDirectDisplayID main = mainDisplay(displays);
     const bool known = displayID != kNoDisplay &&
                        std::find(displays.begin(), displays.end(), displayID) != displays.end();
     const CGDirectDisplayID display = known ? displayID : main;
     if (frame != nullptr) {
-        *frame = display == kNoDisplay
-                     ? CGRect{}
-                     : screenFrame(CGDisplayBounds(display), CGDisplayBounds(main));
+        *frame = display == kNoDisplay ? CGRect{} : screenFrame(display, main);
     }
     if (scaleFactor != nullptr) {
         *scaleFactor = display == kNoDisplay ? 0.0 : backingScale(display);
