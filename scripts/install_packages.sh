@@ -6,7 +6,8 @@
 packages_of_build=(
     g++ cmake ninja-build pkg-config
     libcli11-dev libfmt-dev libpng-dev
-    libxcb1-dev libxcb-shm0-dev libxcb-randr0-dev
+    libxcb1-dev libxcb-composite0-dev libxcb-randr0-dev libxcb-render0-dev libxcb-shape0-dev
+    libxcb-shm0-dev
 )
 
 # shellcheck disable=SC2034

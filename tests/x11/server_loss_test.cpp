@@ -12,6 +12,7 @@
 
 #include "process_resources.h"
 #include "screen_test.h"
+#include "window_test.h"
 
 namespace {
 
@@ -208,6 +209,19 @@ TEST_F(ServerLossTest, ForkedChildHasAConnectionOfItsOwn) {
     EXPECT_EQ(status, 0);
     // Nor has the child ended the parent's.
     EXPECT_EQ(traceOf([] { EXPECT_NE(imageOf(0, 0, 320, 200), nullptr); }), "");
+}
+
+TEST_F(ServerLossTest, ForkedChildLeavesTheParentsPicturesOfWindowsAlone) {
+    const Area screen{0, 0, 320, 200};
+    ASSERT_NE(imageOfWindows(screen, {}), nullptr);
+    ASSERT_TRUE(eventually([] { return !isConnecting(); }));
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(imageOfWindows(screen, {}) != nullptr ? 0 : 1);
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(traceOf([&] { EXPECT_NE(imageOfWindows(screen, {}), nullptr); }), "");
 }
 
 TEST(KilledHostTest, LeavesNoSystemVSegments) {

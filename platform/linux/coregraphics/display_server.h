@@ -52,6 +52,21 @@ class DisplayServer {
 
     /* The present pixels of an area of the desktop, zero where it reaches past it. */
     virtual std::optional<PixelBuffer> grab(const PixelRect& area) = 0;
+
+    /* The windows that are on screen, by the numbers that applications know them by, front to
+     * back. */
+    virtual std::optional<std::vector<std::uint32_t>> windowsOnScreen() = 0;
+
+    /* An area of the desktop as it would be with the given windows only, the first one on top, each
+     * with its own content, covered or not; zero where it reaches past the desktop. Numbers of no
+     * window on screen are left out. No pixel of any other window is ever in it: null if that
+     * cannot be made sure of, or the server cannot draw windows by themselves. */
+    virtual std::optional<PixelBuffer> grabWindows(const PixelRect& area,
+                                                   const std::vector<std::uint32_t>& windows) = 0;
+
+    /* One window with its frame, at its place in the area, whole even where it reaches past the
+     * screen; zero elsewhere. The same holds as above; null too if it is not on screen. */
+    virtual std::optional<PixelBuffer> grabWindow(const PixelRect& area, std::uint32_t window) = 0;
 };
 
 /* Begins a connection to the server that the environment names. Null if it names none. The display

@@ -2,11 +2,15 @@
 #include <CoreGraphics/CGWindow.h>
 
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <optional>
+#include <vector>
 
 #include "coregraphics/display_server.h"
 #include "coregraphics/image.h"
 
+using qor::coregraphics::DisplayServer;
 using qor::coregraphics::PixelRect;
 
 namespace {
@@ -39,6 +43,26 @@ std::optional<PixelRect> wholePixels(const CGRect& rect) {
     return PixelRect{columns->start, rows->start, columns->length, rows->length};
 }
 
+/* Window numbers are plain values; one too large for a number is no window's. */
+std::vector<std::uint32_t> numbersIn(CFArrayRef windows) {
+    std::vector<std::uint32_t> numbers;
+    for (CFIndex i = 0; i < CFArrayGetCount(windows); ++i) {
+        const auto value = reinterpret_cast<std::uintptr_t>(CFArrayGetValueAtIndex(windows, i));
+        if (value <= std::numeric_limits<std::uint32_t>::max())
+            numbers.push_back(static_cast<std::uint32_t>(value));
+    }
+    return numbers;
+}
+
+/* An image of the pixels that the server gives; null if it gives none. */
+template <typename Grab>
+CGImageRef createGrabbedImage(Grab grab) {
+    return qor::coregraphics::askServer(CGImageRef(), [&grab](DisplayServer& server) -> CGImageRef {
+        const auto pixels = grab(server);
+        return pixels ? qor::coregraphics::createImage(*pixels) : nullptr;
+    });
+}
+
 }  // namespace
 
 CGImageRef CGDisplayCreateImage(CGDirectDisplayID display) {
@@ -48,10 +72,22 @@ CGImageRef CGDisplayCreateImage(CGDirectDisplayID display) {
 
 CGImageRef CGWindowListCreateImage(CGRect screenBounds, CGWindowListOption listOption,
                                    CGWindowID windowID, CGWindowImageOption imageOption) {
-    const bool everythingOnScreen =
-        listOption == kCGWindowListOptionOnScreenOnly && windowID == kCGNullWindowID;
-    if (!everythingOnScreen || imageOption != kCGWindowImageDefault)
-        return nullptr;  // for the reason in window_list.cpp
     const auto area = wholePixels(screenBounds);
-    return area ? qor::coregraphics::createDesktopImage(*area) : nullptr;
+    if (!area || imageOption != kCGWindowImageDefault)
+        return nullptr;
+    if (listOption == kCGWindowListOptionOnScreenOnly && windowID == kCGNullWindowID)
+        return qor::coregraphics::createDesktopImage(*area);
+    if (listOption == kCGWindowListOptionIncludingWindow && windowID != kCGNullWindowID)
+        return createGrabbedImage(
+            [&](DisplayServer& server) { return server.grabWindow(*area, windowID); });
+    return nullptr;
+}
+
+CGImageRef CGWindowListCreateImageFromArray(CGRect screenBounds, CFArrayRef windowArray,
+                                            CGWindowImageOption imageOption) {
+    const auto area = wholePixels(screenBounds);
+    if (!area || windowArray == nullptr || imageOption != kCGWindowImageDefault)
+        return nullptr;
+    return createGrabbedImage(
+        [&](DisplayServer& server) { return server.grabWindows(*area, numbersIn(windowArray)); });
 }

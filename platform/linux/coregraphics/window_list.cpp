@@ -1,14 +1,40 @@
+#include <CoreFoundation/CFArray.h>
 #include <CoreGraphics/CGWindow.h>
 
-// Pictures of chosen windows are not made yet. Reading the screen and painting over what is to be
-// left out is no way to do it: a window that moves in between would be seen. So a request that
-// names windows is refused, and its caller shows black, never a window that it was told to leave
-// out.
+#include <cstdint>
+#include <optional>
+#include <vector>
 
-CFArrayRef CGWindowListCreate(CGWindowListOption, CGWindowID) {
-    return nullptr;
+#include "coregraphics/display_server.h"
+
+namespace {
+
+using Numbers = std::vector<std::uint32_t>;
+
+std::optional<Numbers> windowsOnScreen() {
+    using qor::coregraphics::DisplayServer;
+    return qor::coregraphics::askServer(
+        std::optional<Numbers>(), [](DisplayServer& server) { return server.windowsOnScreen(); });
 }
 
-CGImageRef CGWindowListCreateImageFromArray(CGRect, CFArrayRef, CGWindowImageOption) {
-    return nullptr;
+}  // namespace
+
+CFArrayRef CGWindowListCreate(CGWindowListOption option, CGWindowID relativeToWindow) {
+    if (option != kCGWindowListOptionOnScreenOnly || relativeToWindow != kCGNullWindowID)
+        return nullptr;
+    const auto numbers = windowsOnScreen();
+    if (!numbers)
+        return nullptr;
+    const CFMutableArrayRef windows = CFArrayCreateMutable(kCFAllocatorDefault, 0, nullptr);
+    if (windows == nullptr)
+        return nullptr;
+    for (const std::uintptr_t number : *numbers)
+        CFArrayAppendValue(windows, reinterpret_cast<const void*>(number));
+    // Appending has no way to report that memory was short. A list with a gap would leave a window
+    // out that is to be seen.
+    if (CFArrayGetCount(windows) != static_cast<CFIndex>(numbers->size())) {
+        CFRelease(windows);
+        return nullptr;
+    }
+    return windows;
 }

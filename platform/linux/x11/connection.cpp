@@ -4,7 +4,10 @@
 #include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <xcb/composite.h>
 #include <xcb/randr.h>
+#include <xcb/render.h>
+#include <xcb/shape.h>
 #include <xcb/shm.h>
 #include <xcb/xcbext.h>
 
@@ -17,6 +20,7 @@
 
 #include "coregraphics/thread_guards.h"
 #include "coregraphics/trace.h"
+#include "x11/window_content.h"
 
 namespace qor::x11 {
 namespace {
@@ -31,16 +35,7 @@ bool isLocalSocket(int descriptor) {
            peer.ss_family == AF_UNIX;
 }
 
-bool isAtLeast(unsigned major, unsigned minor, unsigned wantedMajor, unsigned wantedMinor) {
-    return major > wantedMajor || (major == wantedMajor && minor >= wantedMinor);
-}
-
-bool isPresent(xcb_connection_t* handle, xcb_extension_t& extension) {
-    const xcb_query_extension_reply_t* data = xcb_get_extension_data(handle, &extension);
-    return data != nullptr && data->present != 0;  // null if the connection was lost meanwhile
-}
-
-// The two version questions wait without a bound: they are asked on the connecting thread, which
+// Questions about extensions wait without a bound: they are asked on the connecting thread, which
 // nobody has to wait for.
 
 bool offersOutputs(xcb_connection_t* handle) {
@@ -79,10 +74,15 @@ Link openLink(const std::string& displayName) {
     link.handle.reset(connect(displayName, link.screenNumber));
     if (xcb_connection_has_error(link.handle.get()) != 0)
         return link;
-    xcb_prefetch_extension_data(link.handle.get(), &xcb_randr_id);
-    xcb_prefetch_extension_data(link.handle.get(), &xcb_shm_id);
-    link.hasOutputs = offersOutputs(link.handle.get());
+    xcb_connection_t* handle = link.handle.get();
+    for (xcb_extension_t* extension :
+         {&xcb_randr_id, &xcb_shm_id, &xcb_composite_id, &xcb_shape_id, &xcb_render_id})
+        xcb_prefetch_extension_data(handle, extension);
+    link.hasOutputs = offersOutputs(handle);
     findSharedMemory(link);
+    link.hasWindowContents = offersWindowContents(handle);
+    link.hasShapes = isPresent(handle, xcb_shape_id);
+    link.pictureFormats = findPictureFormats(handle, link.screenNumber);
     return link;
 }
 
@@ -131,17 +131,53 @@ coregraphics::ServerState Connection::refresh() {
     if (connecting_.valid() && !finishConnecting())
         return isLost() ? ServerState::lost : ServerState::busy;
     // A server that ended meanwhile is noticed here, before the call relies on it.
-    dropEvents();
+    readEvents();
     const bool answers = finishLateReply();
     if (isLost())
         return ServerState::lost;
     return answers ? ServerState::ready : ServerState::busy;
 }
 
-/* Reads what has come in. No event is asked for, but some are sent to every client. */
-void Connection::dropEvents() {
-    while (const Reply<xcb_generic_event_t> dropped{xcb_poll_for_event(handle())}) {
+/* Reads what has come in. Some events are sent to every client, asked for or not; errors of
+ * requests whose outcome does not matter come this way too. */
+void Connection::readEvents() {
+    for (;;) {
+        // Room first: an event that was read and finds none would be missing from the sequence.
+        events_.emplace_back();
+        events_.back().reset(xcb_poll_for_event(handle()));
+        const bool wasLast = events_.back() == nullptr;
+        const bool isError = !wasLast && events_.back()->response_type == 0;
+        if (wasLast || isError || !keepsEvents_)
+            events_.pop_back();
+        if (wasLast)
+            return;
     }
+}
+
+std::uint32_t Connection::takeIdentifier() {
+    if (freeIdentifiers_.empty()) {
+        freeIdentifiers_.reserve(takenIdentifiers_ + 1);
+        ++takenIdentifiers_;
+        return xcb_generate_id(handle());
+    }
+    const std::uint32_t identifier = freeIdentifiers_.back();
+    freeIdentifiers_.pop_back();
+    return identifier;
+}
+
+void Connection::giveBackIdentifier(std::uint32_t identifier) noexcept {
+    freeIdentifiers_.push_back(identifier);
+}
+
+void Connection::keepEvents(bool keep) {
+    readEvents();
+    events_.clear();
+    keepsEvents_ = keep;
+}
+
+std::vector<Reply<xcb_generic_event_t>> Connection::takeEvents() {
+    readEvents();
+    return std::exchange(events_, {});
 }
 
 bool Connection::isLost() const {
@@ -180,6 +216,11 @@ bool Connection::finishLateReply() {
 
 void* Connection::await(unsigned sequence, xcb_generic_error_t** error) {
     *error = nullptr;
+    if (lateSequence_) {
+        // Of several requests under way, the first one that is late is the one to wait for.
+        xcb_discard_reply(handle(), sequence);
+        return nullptr;
+    }
     if (xcb_flush(handle()) <= 0)
         return nullptr;
     const auto deadline = Clock::now() + kPatience;
@@ -190,7 +231,7 @@ void* Connection::await(unsigned sequence, xcb_generic_error_t** error) {
             trace("the display server does not answer");
             return nullptr;
         }
-        dropEvents();
+        readEvents();
     }
     return reply;
 }
@@ -207,12 +248,16 @@ void Connection::abandon() noexcept {
     kept.push_back(link_.handle.release());
 }
 
+bool hasCaughtUp(Connection& connection) {
+    return Request<xcb_get_input_focus_reply_t>(connection,
+                                                xcb_get_input_focus(connection.handle()))
+               .take() != nullptr;
+}
+
 bool succeeded(Connection& connection, xcb_void_cookie_t cookie) {
     // Replies come in the order of requests: once that of any later request is here, the outcome of
     // this one is too, and asking for it cannot block.
-    Request<xcb_get_input_focus_reply_t> later(connection,
-                                               xcb_get_input_focus(connection.handle()));
-    if (later.take() == nullptr) {
+    if (!hasCaughtUp(connection)) {
         xcb_discard_reply(connection.handle(), cookie.sequence);
         return false;
     }

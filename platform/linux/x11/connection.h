@@ -10,22 +10,18 @@
 #include <xcb/xcb.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <future>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "coregraphics/display_server.h"
+#include "x11/extension.h"
+#include "x11/picture_formats.h"
 
 namespace qor::x11 {
 
 inline constexpr std::chrono::milliseconds kPatience{2000};
-
-struct FreeReply {
-    void operator()(void* reply) const noexcept { std::free(reply); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, FreeReply>;
 
 struct Disconnect {
     void operator()(xcb_connection_t* connection) const noexcept { xcb_disconnect(connection); }
@@ -38,6 +34,9 @@ struct Link {
     bool hasOutputs = false;            // RandR 1.3: current resources, primary output
     bool hasSharedMemory = false;       // MIT-SHM
     bool hasSharedDescriptors = false;  // MIT-SHM 1.2, on a socket that carries descriptors
+    bool hasWindowContents = false;     // COMPOSITE 0.2: a window's content as a pixmap
+    bool hasShapes = false;             // SHAPE: windows that are no rectangles
+    PictureFormats pictureFormats;      // RENDER 0.10; empty without it
 };
 
 class Connection {
@@ -62,6 +61,20 @@ class Connection {
     const Link& link() const { return link_; }
     const xcb_screen_t& screen() const { return *screen_; }
 
+    /* An identifier for an object to be made in the server, to be given back when the request that
+     * frees the object was sent. What is made for each image takes its identifiers here: they would
+     * run out within the hour, and xcb would then wait for new ones without a bound. */
+    std::uint32_t takeIdentifier();
+    void giveBackIdentifier(std::uint32_t identifier) noexcept;
+
+    /* Keeps the events that come in from now on until takeEvents() is called. Before, and again
+     * with a false argument, they are dropped. */
+    void keepEvents(bool keep);
+
+    /* The events that came in since the last call, oldest first. Those that the server sent before
+     * a reply that was taken are among them. */
+    std::vector<Reply<xcb_generic_event_t>> takeEvents();
+
     /* The reply to a request; null with *error set if the server refused, null with *error null if
      * there is none in time or the connection is lost. The caller frees both. */
     void* await(unsigned sequence, xcb_generic_error_t** error);
@@ -69,12 +82,16 @@ class Connection {
   private:
     bool finishConnecting();
     bool finishLateReply();
-    void dropEvents();
+    void readEvents();
 
     std::future<Link> connecting_;
     Link link_;
     const xcb_screen_t* screen_ = nullptr;
-    std::optional<unsigned> lateSequence_;  // of the reply that did not come in time
+    std::optional<unsigned> lateSequence_;        // of the reply that did not come in time
+    std::vector<std::uint32_t> freeIdentifiers_;  // with room for all that were taken
+    std::size_t takenIdentifiers_ = 0;
+    bool keepsEvents_ = false;
+    std::vector<Reply<xcb_generic_event_t>> events_;
 };
 
 /* A request that was sent and will be replied to. Several may be under way at once, so that they
@@ -115,6 +132,9 @@ class Request {
     bool taken_ = false;
     unsigned errorCode_ = 0;
 };
+
+/* Whether the server has carried out all that was asked: waits for that, bounded. */
+bool hasCaughtUp(Connection& connection);
 
 /* Whether the server carried out a request without a reply. cookie is from the _checked form. */
 bool succeeded(Connection& connection, xcb_void_cookie_t cookie);

@@ -68,4 +68,19 @@ PixelBuffer desktopImage(const PixelRect& area, const PixelRect& visible, const 
     return {std::move(image), area.width, area.height, rowBytes};
 }
 
+PixelBuffer partsOf(const PixelBuffer& image, const PixelRect& area,
+                    const std::vector<PixelRect>& parts) {
+    auto kept = allocateZeroed(image.bytesPerRow * image.height);
+    for (const PixelRect& part : parts) {
+        const PixelRect seen = intersection(part, area);
+        const std::size_t column = static_cast<std::size_t>(seen.x - area.x) * kBytesPerPixel;
+        for (std::size_t y = 0; y < seen.height; ++y) {
+            const std::size_t row = static_cast<std::size_t>(seen.y - area.y) + y;
+            const std::size_t start = row * image.bytesPerRow + column;
+            std::memcpy(kept.get() + start, image.bytes.get() + start, seen.width * kBytesPerPixel);
+        }
+    }
+    return {std::move(kept), image.width, image.height, image.bytesPerRow};
+}
+
 }  // namespace qor::x11

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <vector>
 
 #include "coregraphics/pixel_buffer.h"
 #include "x11/pixel_format.h"
@@ -20,5 +21,10 @@ coregraphics::PixelBuffer desktopImage(const coregraphics::PixelRect& area,
                                        const coregraphics::PixelRect& visible,
                                        const PixelFormat& format,
                                        std::shared_ptr<const std::byte> rows);
+
+/* The same image, zero outside the given parts of its area. Throws std::bad_alloc. */
+coregraphics::PixelBuffer partsOf(const coregraphics::PixelBuffer& image,
+                                  const coregraphics::PixelRect& area,
+                                  const std::vector<coregraphics::PixelRect>& parts);
 
 }  // namespace qor::x11

@@ -1,4 +1,4 @@
-/* How the attempt to read an area of the root window went. */
+/* How the attempt to read an area of a drawable went. */
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace qor::x11 {
 
 enum class GrabStatus {
     done,
-    mismatch,     // the area is not all inside the root window (any more)
+    mismatch,     // the area is not all inside the drawable (any more), or that is not there
     unavailable,  // this way of reading does not work; reason says why
     noAnswer,     // the server is busy, or gone
 };

@@ -10,16 +10,16 @@ using coregraphics::PixelRect;
 using coregraphics::trace;
 using Passing = ShmTransport::Passing;
 
-GrabResult ImageTransport::grab(const PixelRect& area, std::size_t size) {
+GrabResult ImageTransport::grab(xcb_drawable_t drawable, const PixelRect& area, std::size_t size) {
     if (!isChosen_)
         choose();
     while (sharedMemory_) {
-        GrabResult result = sharedMemory_->grab(area, size);
+        GrabResult result = sharedMemory_->grab(drawable, area, size);
         if (result.status != GrabStatus::unavailable)
             return result;
         fallBack(result.reason);
     }
-    return grabPlain(area, size);
+    return grabPlain(drawable, area, size);
 }
 
 void ImageTransport::choose() {
@@ -51,17 +51,19 @@ void ImageTransport::usePlain(const std::string& reason) {
     trace("images in replies: %s", reason.c_str());
 }
 
-GrabResult ImageTransport::grabPlain(const PixelRect& area, std::size_t size) {
+GrabResult ImageTransport::grabPlain(xcb_drawable_t drawable, const PixelRect& area,
+                                     std::size_t size) {
     Request<xcb_get_image_reply_t> request(
         connection_,
-        xcb_get_image(connection_.handle(), XCB_IMAGE_FORMAT_Z_PIXMAP, connection_.screen().root,
+        xcb_get_image(connection_.handle(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable,
                       static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
                       static_cast<std::uint16_t>(area.width),
                       static_cast<std::uint16_t>(area.height), ~0U));
     std::shared_ptr<xcb_get_image_reply_t> reply = request.take();
     if (reply == nullptr && request.errorCode() == 0)
         return {};
-    if (reply == nullptr && request.errorCode() == XCB_MATCH)
+    if (reply == nullptr &&
+        (request.errorCode() == XCB_MATCH || request.errorCode() == XCB_DRAWABLE))
         return {GrabStatus::mismatch};
     if (reply == nullptr)
         return {GrabStatus::unavailable, nullptr,

@@ -1,5 +1,5 @@
 /*
- * The best way there is to read the root window.
+ * The best way there is to read the root window, or a pixmap of its depth.
  *
  * Three, tried in this order: memory passed to the server by descriptor, System V memory, and
  * images in the reply itself. One that turns out not to work is left for the next for as long as
@@ -22,16 +22,17 @@ class ImageTransport {
   public:
     explicit ImageTransport(Connection& connection) : connection_(connection) {}
 
-    /* Reads an area inside the root window whose rows take size bytes. Never unavailable but when
-     * the last way fails. */
-    GrabResult grab(const coregraphics::PixelRect& area, std::size_t size);
+    /* Reads an area inside a drawable of the root window's depth. The area's rows take size bytes.
+     * Never unavailable but when the last way fails. */
+    GrabResult grab(xcb_drawable_t drawable, const coregraphics::PixelRect& area, std::size_t size);
 
   private:
     void choose();
     void fallBack(const std::string& reason);
     void use(ShmTransport::Passing passing, const std::string& reason);
     void usePlain(const std::string& reason);
-    GrabResult grabPlain(const coregraphics::PixelRect& area, std::size_t size);
+    GrabResult grabPlain(xcb_drawable_t drawable, const coregraphics::PixelRect& area,
+                         std::size_t size);
 
     Connection& connection_;
     bool isChosen_ = false;

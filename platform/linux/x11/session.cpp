@@ -36,6 +36,8 @@ ServerState Session::refresh() {
     const ServerState state = connection_.refresh();
     if (state == ServerState::ready && !isPrepared_)
         prepare();
+    if (state == ServerState::ready)
+        windowPictures_.takeNotices();
     return state;
 }
 
@@ -106,7 +108,8 @@ std::optional<PixelBuffer> Session::grab(const PixelRect& area) {
             paletteRequest.emplace(connection_, format_->paletteSize);
         GrabResult grabbed{GrabStatus::done};
         if (!visible.empty())
-            grabbed = transport_.grab(visible, rowBytes(format, visible.width) * visible.height);
+            grabbed = transport_.grab(connection_.screen().root, visible,
+                                      rowBytes(format, visible.width) * visible.height);
         if (!connection_.answers())
             return std::nullopt;
         const auto geometry = geometryRequest.take();
@@ -122,6 +125,19 @@ std::optional<PixelBuffer> Session::grab(const PixelRect& area) {
         return desktopImage(area, visible, format, std::move(grabbed.bytes));
     }
     return std::nullopt;
+}
+
+std::optional<std::vector<std::uint32_t>> Session::windowsOnScreen() {
+    return windowPictures_.numbersOnScreen();
+}
+
+std::optional<PixelBuffer> Session::grabWindows(const PixelRect& area,
+                                                const std::vector<std::uint32_t>& windows) {
+    return format_ ? windowPictures_.desktopOf(windows, area, format_->pixels) : std::nullopt;
+}
+
+std::optional<PixelBuffer> Session::grabWindow(const PixelRect& area, std::uint32_t window) {
+    return format_ ? windowPictures_.aloneIn(area, window, format_->pixels) : std::nullopt;
 }
 
 }  // namespace qor::x11

@@ -1,6 +1,7 @@
 /* An X server as the display server of one thread. */
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "x11/connection.h"
 #include "x11/image_transport.h"
 #include "x11/root_format.h"
+#include "x11/window_pictures.h"
 
 namespace qor::x11 {
 
@@ -21,6 +23,11 @@ class Session final : public coregraphics::DisplayServer {
     std::optional<std::vector<coregraphics::Display>> displays() override;
     std::optional<std::string> displayName(std::uint32_t displayId) override;
     std::optional<coregraphics::PixelBuffer> grab(const coregraphics::PixelRect& area) override;
+    std::optional<std::vector<std::uint32_t>> windowsOnScreen() override;
+    std::optional<coregraphics::PixelBuffer> grabWindows(
+        const coregraphics::PixelRect& area, const std::vector<std::uint32_t>& windows) override;
+    std::optional<coregraphics::PixelBuffer> grabWindow(const coregraphics::PixelRect& area,
+                                                        std::uint32_t window) override;
 
   private:
     std::optional<coregraphics::PixelRect> rootArea();
@@ -28,6 +35,7 @@ class Session final : public coregraphics::DisplayServer {
 
     Connection connection_;
     ImageTransport transport_{connection_};
+    WindowPictures windowPictures_{connection_, transport_};
     std::optional<RootFormat> format_;  // null until connected, and if it cannot be converted
     bool isPrepared_ = false;
     coregraphics::PixelRect root_;  // as last seen

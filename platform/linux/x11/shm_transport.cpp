@@ -25,7 +25,7 @@ GrabResult failure(unsigned errorCode) {
     // it answers, and nobody is lent the segment before that.
     if (errorCode == 0)
         return {};
-    if (errorCode == XCB_MATCH)
+    if (errorCode == XCB_MATCH || errorCode == XCB_DRAWABLE)
         return {GrabStatus::mismatch};
     return {GrabStatus::unavailable, nullptr,
             "the server cannot write to shared memory, error " + std::to_string(errorCode)};
@@ -42,7 +42,7 @@ ShmTransport::~ShmTransport() {
     pool_->close();
 }
 
-GrabResult ShmTransport::grab(const PixelRect& area, std::size_t size) {
+GrabResult ShmTransport::grab(xcb_drawable_t drawable, const PixelRect& area, std::size_t size) {
     std::string reason;
     const auto segment = segmentFor(size, reason);
     if (!connection_.answers())
@@ -52,9 +52,8 @@ GrabResult ShmTransport::grab(const PixelRect& area, std::size_t size) {
 
     Request<xcb_shm_get_image_reply_t> request(
         connection_,
-        xcb_shm_get_image(connection_.handle(), connection_.screen().root,
-                          static_cast<std::int16_t>(area.x), static_cast<std::int16_t>(area.y),
-                          static_cast<std::uint16_t>(area.width),
+        xcb_shm_get_image(connection_.handle(), drawable, static_cast<std::int16_t>(area.x),
+                          static_cast<std::int16_t>(area.y), static_cast<std::uint16_t>(area.width),
                           static_cast<std::uint16_t>(area.height), ~0U, XCB_IMAGE_FORMAT_Z_PIXMAP,
                           segment->attachment, 0));
     const auto reply = request.take();

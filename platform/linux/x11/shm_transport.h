@@ -1,4 +1,4 @@
-/* Reading the root window through memory shared with the server (MIT-SHM). */
+/* Reading a drawable through memory shared with the server (MIT-SHM). */
 #pragma once
 
 #include <cstddef>
@@ -25,8 +25,9 @@ class ShmTransport {
 
     Passing passing() const { return passing_; }
 
-    /* Reads an area inside the root window whose rows take size bytes. */
-    GrabResult grab(const coregraphics::PixelRect& area, std::size_t size);
+    /* Reads an area inside a drawable of the root window's depth. The area's rows take size
+     * bytes. */
+    GrabResult grab(xcb_drawable_t drawable, const coregraphics::PixelRect& area, std::size_t size);
 
   private:
     std::shared_ptr<const Segment> segmentFor(std::size_t size, std::string& reason);

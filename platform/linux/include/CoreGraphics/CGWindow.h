@@ -1,9 +1,19 @@
 /*
- * Pictures of the desktop and of windows.
+ * Pictures of the desktop and of windows, and the list of windows.
  *
- * Only the picture of everything on screen is offered. Requests that name windows, to leave them
- * out or to show one alone, are refused with NULL: a caller then shows nothing, never a window that
- * it was told to leave out.
+ * A window's number is the one that its toolkit hands to the application: on X11 the identifier of
+ * the application's window, not of the frame that a window manager puts around it. A window that no
+ * window manager looks after, such as a menu, goes by its own identifier.
+ *
+ * A picture of chosen windows never shows a pixel of any other window. Where that cannot be made
+ * sure of there is no picture: a caller then shows nothing.
+ *
+ * On X11, pictures of chosen windows need COMPOSITE 0.2, RENDER 0.10 and a screen of true colour;
+ * if there are none, a trace line (QOR_COREGRAPHICS_TRACE) says why. From the thread's first one
+ * on, until the thread ends, the server keeps the content of every window apart, and with that
+ * first one each chosen window is asked to paint itself anew, as some of what it shows may be left
+ * from others. So for a moment it may show its background only. Later that happens to parts of a
+ * window that is mapped or resized where it overlaps one that is left out.
  */
 #ifndef COREGRAPHICS_CGWINDOW_H
 #define COREGRAPHICS_CGWINDOW_H
@@ -31,17 +41,30 @@ CF_OPTIONS(uint32_t, CGWindowImageOption){
 };
 
 /* A picture of screenBounds (global display coordinates, rounded outwards to whole pixels), the
- * caller's to release. What lies outside the screen is zero, in all four bytes of a pixel. NULL if
- * the rectangle is empty, not finite or more than 32767 in a dimension, if the options ask for
- * anything but everything on screen, or on failure. */
+ * caller's to release; NULL if the rectangle is empty, not finite or more than 32767 in a
+ * dimension, or on failure.
+ *
+ * kCGWindowListOptionOnScreenOnly and kCGNullWindowID: everything on screen. What lies outside the
+ * screen is zero, in all four bytes of a pixel.
+ *
+ * kCGWindowListOptionIncludingWindow and a window's number: that window alone, with its frame, at
+ * its place, also where others cover it or where it reaches past the screen. All else is zero, in
+ * all four bytes. Its own opacity is left aside. NULL if it is not on screen.
+ *
+ * Any other options: NULL. */
 CGImageRef CGWindowListCreateImage(CGRect screenBounds, CGWindowListOption listOption,
                                    CGWindowID windowID, CGWindowImageOption imageOption);
 
-/* The windows (CGWindowID as plain values) that the options choose, front to back. Always NULL at
- * present. */
+/* The numbers of the windows on screen, mapped but not necessarily in sight, as plain values front
+ * to back; the caller's to release. Only for kCGWindowListOptionOnScreenOnly and kCGNullWindowID.
+ * NULL for other options, or on failure. */
 CFArrayRef CGWindowListCreate(CGWindowListOption option, CGWindowID relativeToWindow);
 
-/* A picture of the given windows alone. Always NULL at present. */
+/* A picture of screenBounds (as above, the caller's to release) as it would be if there were only
+ * the windows whose numbers are in the array, plain values with the front one first: the desktop's
+ * background, and each window with its frame, shape, opacity and alpha channel, also where others
+ * cover it. A number that is not of a window on screen is left out. What lies outside the screen is
+ * zero, in all four bytes. NULL for a NULL array, for options, or on failure. */
 CGImageRef CGWindowListCreateImageFromArray(CGRect screenBounds, CFArrayRef windowArray,
                                             CGWindowImageOption imageOption);
 

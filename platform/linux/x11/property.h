@@ -1,0 +1,22 @@
+/* Values that windows carry under a name. */
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+namespace qor::x11 {
+
+/* A property that is a single number or identifier; null if it is anything else, or not there. */
+inline std::optional<std::uint32_t> singleValueIn(const xcb_get_property_reply_t* reply) {
+    std::uint32_t value = 0;
+    if (reply == nullptr || reply->format != 32 ||
+        xcb_get_property_value_length(reply) != sizeof value)
+        return std::nullopt;
+    std::memcpy(&value, xcb_get_property_value(reply), sizeof value);
+    return value;
+}
+
+}  // namespace qor::x11

@@ -1,0 +1,15 @@
+/* The server's notices of what becomes of the windows on screen. */
+#pragma once
+
+#include "x11/connection.h"
+#include "x11/residue_ledger.h"
+
+namespace qor::x11 {
+
+/* Asks the server for notices about the children of the root window, from now on. */
+void askForNotices(const Connection& connection);
+
+/* Enters an event into the ledger, if it is such a notice. */
+void enter(const xcb_generic_event_t& event, xcb_window_t root, ResidueLedger& ledger);
+
+}  // namespace qor::x11
