@@ -214,7 +214,7 @@ class CAPMGR_API CCaptureBase {
     CAPMGR_LOCAL void AbandonBuffers();
     CAPMGR_LOCAL void ResetUniformRun();
 
-    std::shared_ptr<ThreadRun> m_pThreadRun; /* of the newest start */
+    std::shared_ptr<ThreadRun> m_pThreadRun; /* of the newest start; never null */
 };
 
 #endif

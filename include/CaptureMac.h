@@ -29,6 +29,14 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     /* Repacks the row buffer, rows of the image's own pitch, into the frame buffer. */
     void ChangeBmpDataTo4BytesAligned();
 
+  protected:
+    uint32_t m_dwDisplayID;
+    unsigned char* m_pRowBuffer; /* one frame at m_nBytesPerRow; null when rows are packed */
+    uint32_t m_nBytesPerRow;
+    bool m_bRowsAligned;
+    uint32_t m_nCaptureWidth;  /* points */
+    uint32_t m_nCaptureHeight; /* points */
+
   private:
     CAPMGR_LOCAL CGRect CaptureArea() const;
     CAPMGR_LOCAL CGImageRef CreateImage();
@@ -37,13 +45,6 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     CAPMGR_LOCAL std::vector<const void*> ExcludedWindows();
     CAPMGR_LOCAL bool DeliverImage(CGImageRef image);
     CAPMGR_LOCAL void ClearFrame();
-
-    uint32_t m_dwDisplayID;
-    unsigned char* m_pRowBuffer; /* one frame at m_nBytesPerRow; null when rows are packed */
-    uint32_t m_nBytesPerRow;
-    bool m_bRowsAligned;
-    uint32_t m_nCaptureWidth;  /* points */
-    uint32_t m_nCaptureHeight; /* points */
 };
 
 /*

@@ -49,10 +49,16 @@ class CAPMGR_API CCaptureScaling {
     /* The size in pixels at which frames are delivered. */
     CAP_SIZE GetCapFrameSize() const { return m_sCapFrameSize; }
 
-  private:
-    CAPMGR_LOCAL void Dispatch(int32_t nScalingAlg, const unsigned char* pSrc, uint32_t nSrcPitch,
-                               unsigned char* pDst);
+  protected:
+    /*
+     * Makes the frame at pDst the way nScalingAlg says, a ScalingAlg; any other value makes
+     * nothing. For a backend that wants one of the ways that RefreshScalingAlg never chooses. The
+     * arguments are those of Resize, already checked.
+     */
+    void RunScalingAlg(int32_t nScalingAlg, const unsigned char* pSrc, uint32_t nSrcPitch,
+                       unsigned char* pDst);
 
+  private:
     CAP_SIZE m_sOriFrameSize{};
     CAP_SIZE m_sFinalFrameSize{};
     CAP_SIZE m_sCapFrameSize{};

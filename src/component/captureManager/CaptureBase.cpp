@@ -124,7 +124,8 @@ CCaptureBase::CCaptureBase(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE 
       m_stBackColor{},
       m_nLastErrorCode(0),
       m_nErrorCount(0),
-      m_nReserved(0) {
+      m_nReserved(0),
+      m_pThreadRun(std::make_shared<ThreadRun>()) {
     monitor->GetMonitorRect(m_rcCapture);
     const CAP_SIZE monitorSize = {CaptureWidth(), CaptureHeight()};
     m_oScaling.Initialize(monitorSize, monitorSize);

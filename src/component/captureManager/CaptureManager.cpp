@@ -21,8 +21,7 @@ CMonitorManager* manager() {
 }
 
 // Hands the settings stored before the start to the new capture object, then starts it.
-uint32_t startWithStoredSettings(const StructCaptureMgr& record) {
-    CCaptureBase& capture = *record.pCapture;
+uint32_t startWithStoredSettings(CCaptureBase& capture, const StructCaptureMgr& record) {
     if (record.dwMaxFrameRate != 0) {
         capture.SetMaxFrameRate(static_cast<int>(record.dwMaxFrameRate));
     }
@@ -158,9 +157,14 @@ uint32_t CapMgr_StartCapture(unsigned int dwCaptureIndex, unsigned int dwMonitor
         TRACE_WARNING("StartCapture()... AddCaptureInstance failed!");
         return kStartFailed;
     }
-    const uint32_t result = startWithStoredSettings(*record);
-    TRACE_STEP("CPST", StepPhrase::StartCaptureEnd, "[Ret:", result, ", CapType:", nCaptureType,
-               ", FrameRate:", static_cast<int>(record->dwMaxFrameRate), "]");
+    // Null where a host has put a registry of its own in front, whose addition makes no object.
+    CCaptureBase* const capture = record->pCapture;
+    const uint32_t result =
+        capture == nullptr ? kStartFailed : startWithStoredSettings(*capture, *record);
+    TRACE_STEP("CPST", StepPhrase::StartCaptureEnd, "[Ret:", static_cast<int>(result),
+               ", CapType:", nCaptureType,
+               ", FrameRate:", capture == nullptr ? 0 : static_cast<int>(record->dwMaxFrameRate),
+               "]");
     return result;
 }
 

@@ -50,12 +50,12 @@ bool CCaptureScaling::Resize(const unsigned char* pSrc, uint32_t nSrcPitch, unsi
     if (pSrc == nullptr || nSrcPitch == 0 || pDst == nullptr) {
         return false;
     }
-    Dispatch(RefreshScalingAlg(), pSrc, nSrcPitch, pDst);
+    RunScalingAlg(RefreshScalingAlg(), pSrc, nSrcPitch, pDst);
     return true;
 }
 
-void CCaptureScaling::Dispatch(int32_t nScalingAlg, const unsigned char* pSrc, uint32_t nSrcPitch,
-                               unsigned char* pDst) {
+void CCaptureScaling::RunScalingAlg(int32_t nScalingAlg, const unsigned char* pSrc,
+                                    uint32_t nSrcPitch, unsigned char* pDst) {
     const uint32_t srcHeight = m_sOriFrameSize.dwHeight;
     switch (nScalingAlg) {
         case SCALING_COPY_ORIGINAL:

@@ -20,6 +20,9 @@ void KeyArrayCallback(const void* key, const void* /*value*/, void* context) {
 std::string preferredName(CFDictionaryRef names) {
     CFRef<CFMutableArrayRef> locales(
         CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+    if (locales == nullptr) {
+        return {};
+    }
     CFDictionaryApplyFunction(names, KeyArrayCallback, locales.get());
     const CFRef<CFArrayRef> preferred(CFBundleCopyPreferredLocalizationsFromArray(locales.get()));
     locales.reset();
