@@ -1,11 +1,16 @@
 // Sizes, offsets and values that cross the interface.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include "CaptureManager.h"
+#include "Monitor.h"
 #include "MonitorManager.h"
+#include "contract_test.h"
 
 namespace {
 
@@ -40,10 +45,25 @@ static_assert(offsetof(CAP_DESKTOP_DATA, dwHeight) == 48);
 static_assert(offsetof(CAP_DESKTOP_DATA, reserved2) == 52);
 
 static_assert(sizeof(CAP_MODE) == 4 && SERIAL_CAPTURE_MODE == 0 && PARALLEL_CAPTURE_MODE == 1);
-static_assert(sizeof(CAP_METHOD) == 4);
-static_assert(sizeof(CAP_TYPE) == 4);
-static_assert(sizeof(tagCapExcWndActType) == 4);
-static_assert(sizeof(tagCapAppActType) == 4);
+static_assert(sizeof(CAP_METHOD) == 4 && CAP_METHOD_DEFAULT == 0 && CAP_METHOD_COREGRAPHICS == 4);
+static_assert(sizeof(CAP_TYPE) == 4 && CAP_TYPE_DESKTOP == 0 && CAP_TYPE_APP_WINDOW == 1);
+static_assert(sizeof(tagCapExcWndActType) == 4 && CAP_EXC_WND_CLEAR == 0 && CAP_EXC_WND_ADD == 1 &&
+              CAP_EXC_WND_DELETE == 2);
+static_assert(sizeof(tagCapAppActType) == 4 && CAP_APP_WND_CLEAR == 0 && CAP_APP_WND_SET == 1);
+
+// Widths and signs of the fields.
+static_assert(std::is_same_v<decltype(CAP_SIZE::dwWidth), uint32_t> &&
+              std::is_same_v<decltype(CAP_SIZE::dwHeight), uint32_t>);
+static_assert(std::is_same_v<decltype(tagCaptureRect::left), int32_t> &&
+              std::is_same_v<decltype(tagCaptureRect::bottom), int32_t>);
+static_assert(std::is_same_v<decltype(CAP_MONITOR_INFO::dwFrequency), uint32_t> &&
+              std::is_same_v<decltype(CAP_MONITOR_INFO::dwBitsPerPixel), uint32_t>);
+static_assert(std::is_same_v<decltype(CAP_DESKTOP_DATA::pData), uint8_t*> &&
+              std::is_same_v<decltype(CAP_DESKTOP_DATA::dwDataLen), uint32_t>);
+static_assert(std::is_same_v<CAP_SIZE, tag_Capture_SIZE>);
+
+// The destructor is the monitor's one virtual operation; the manager has none.
+static_assert(std::has_virtual_destructor_v<CMonitor> && !std::is_polymorphic_v<CMonitorManager>);
 
 // The registry's record, in the order that hosts of the class interface rely on.
 static_assert(offsetof(StructCaptureMgr, pCapture) == 0);
@@ -93,9 +113,53 @@ static_assert(
 
 static_assert(std::is_trivially_copyable_v<CAP_DESKTOP_DATA> && std::is_trivial_v<CAP_SIZE>);
 
-// The static assertions above are the test; this makes them show in the list.
-TEST(BinaryInterface, recordsAndSignaturesHaveTheirFixedForm) {
-    SUCCEED();
+class BinaryInterface : public ContractTest {
+  protected:
+    static constexpr unsigned char kOld = 0x5A;
+
+    template <typename Value>
+    static Value at(const unsigned char* bytes, size_t offset) {
+        Value value;
+        std::memcpy(&value, bytes + offset, sizeof value);
+        return value;
+    }
+};
+
+// As a host sees it that was compiled long ago: 96 bytes, and nothing behind them.
+TEST_F(BinaryInterface, aMonitorIsDescribedIn96Bytes) {
+    plugInSecond();
+    alignas(CAP_MONITOR_INFO) std::array<unsigned char, 104> memory{};
+    memory.fill(kOld);
+    ASSERT_TRUE(CapMgr_GetMonitorInfo(1, reinterpret_cast<CAP_MONITOR_INFO*>(memory.data())));
+    const unsigned char* const bytes = memory.data();
+    EXPECT_EQ(at<uint32_t>(bytes, 0), 1U);
+    std::array<char, 64> name{"Panel 69"};
+    EXPECT_EQ(std::memcmp(bytes + 4, name.data(), name.size()), 0);
+    EXPECT_EQ(at<int32_t>(bytes, 68), 7);
+    EXPECT_EQ(at<int32_t>(bytes, 72), 3);
+    EXPECT_EQ(at<int32_t>(bytes, 76), 87);
+    EXPECT_EQ(at<int32_t>(bytes, 80), 63);
+    EXPECT_EQ(at<uint32_t>(bytes, 84), 59U);
+    EXPECT_EQ(at<uint32_t>(bytes, 88), 32U);
+    EXPECT_EQ(at<uint32_t>(bytes, 92), 0U) << "not primary, then padding";
+    EXPECT_TRUE(std::all_of(bytes + 96, bytes + 104, [](unsigned char b) { return b == kOld; }));
+}
+
+TEST_F(BinaryInterface, aFrameIsDescribedIn56BytesWithNothingInTheReservedOnes) {
+    const unsigned int index = startedCapture();
+    const CAP_DESKTOP_DATA frame = CapMgr_LockScreenBuffer(index);
+    std::array<unsigned char, 56> bytes{};
+    std::memcpy(bytes.data(), &frame, bytes.size());
+    EXPECT_EQ(at<const void*>(bytes.data(), 0), frame.pData);
+    EXPECT_NE(frame.pData, nullptr);
+    for (const size_t offset : {8U, 16U, 24U, 32U}) {
+        EXPECT_EQ(at<uint64_t>(bytes.data(), offset), 0U) << offset;
+    }
+    EXPECT_EQ(at<uint32_t>(bytes.data(), 40), kMainWidth * kMainHeight * 4);
+    EXPECT_EQ(at<uint32_t>(bytes.data(), 44), kMainWidth);
+    EXPECT_EQ(at<uint32_t>(bytes.data(), 48), kMainHeight);
+    EXPECT_EQ(at<uint32_t>(bytes.data(), 52), 0U);
+    CapMgr_UnlockScreenBuffer(index);
 }
 
 }  // namespace

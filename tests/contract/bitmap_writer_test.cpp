@@ -20,8 +20,11 @@ class BitmapWriter : public testing::Test {
     void TearDown() override { std::filesystem::remove(path_); }
 
     std::vector<unsigned char> written() const {
-        std::ifstream file(path_, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        std::vector<unsigned char> bytes(std::filesystem::file_size(path_));
+        std::ifstream(path_, std::ios::binary)
+            .read(reinterpret_cast<char*>(bytes.data()),
+                  static_cast<std::streamsize>(bytes.size()));
+        return bytes;
     }
 
     std::string path_;
@@ -41,6 +44,53 @@ TEST_F(BitmapWriter, writesHeadersAndPixels) {
     };
     expected.insert(expected.end(), pixels.begin(), pixels.end());
     EXPECT_EQ(written(), expected);
+}
+
+struct Bitmap {
+    int width;
+    int height;
+    uint16_t bits;
+};
+
+class WrittenBitmap : public BitmapWriter, public testing::WithParamInterface<Bitmap> {
+  protected:
+    static void put(std::vector<unsigned char>& bytes, uint32_t value, int size) {
+        for (int i = 0; i < size; ++i) {
+            bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
+        }
+    }
+};
+
+// The data is four bytes a pixel, whatever the number of bits says.
+TEST_P(WrittenBitmap, hasItsSizeAndBitsInTheHeaders) {
+    const Bitmap& bitmap = GetParam();
+    const uint32_t size = static_cast<uint32_t>(bitmap.width * bitmap.height) * 4;
+    std::vector<unsigned char> pixels(size, 0x5A);
+    SaveBmp(path_.data(), pixels.data(), bitmap.width, bitmap.height, bitmap.bits);
+    std::vector<unsigned char> expected = {'B', 'M'};
+    for (const uint32_t field : {size + 54, 0U, 54U, 40U, static_cast<uint32_t>(bitmap.width),
+                                 static_cast<uint32_t>(-bitmap.height)}) {
+        put(expected, field, 4);
+    }
+    put(expected, 1, 2);
+    put(expected, bitmap.bits, 2);
+    for (const uint32_t field : {0U, size, 0U, 0U, 0U, 0U}) {
+        put(expected, field, 4);
+    }
+    expected.insert(expected.end(), pixels.begin(), pixels.end());
+    EXPECT_EQ(written(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Bitmaps, WrittenBitmap,
+                         testing::Values(Bitmap{1, 1, 32}, Bitmap{300, 1, 0}, Bitmap{1, 300, 16},
+                                         Bitmap{257, 258, 0xFFFE}, Bitmap{2048, 2049, 32},
+                                         Bitmap{0, 5, 32}));
+
+TEST_F(BitmapWriter, replacesAFileThatIsThere) {
+    std::ofstream(path_) << std::string(5000, 'x');
+    unsigned char pixel[4] = {};
+    SaveBmp(path_.data(), pixel, 1, 1, 32);
+    EXPECT_EQ(written().size(), 58U);
 }
 
 TEST_F(BitmapWriter, doesNothingWhenThePathCannotBeOpened) {

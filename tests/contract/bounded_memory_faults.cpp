@@ -1,16 +1,41 @@
 #include "bounded_memory_faults.h"
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
 #include <new>
+#include <string>
 #include <vector>
 
+#include "journal.h"
 #include "kxcommon64.h"
 #include "next_definition.h"
 
 namespace {
 
 std::atomic<int> boundedFailure{0};
+std::atomic<size_t> boundedSkip{0};
+std::atomic<size_t> boundedTimes{0};
+
+// The code that a bounded call is to return in place of its work; 0 when it is to go well.
+int boundedResult() {
+    if (boundedFailure == 0 || boundedTimes == 0) {
+        return 0;
+    }
+    if (boundedSkip > 0) {
+        --boundedSkip;
+        return 0;
+    }
+    if (boundedTimes != memory_faults::kAlways) {
+        --boundedTimes;
+    }
+    return boundedFailure;
+}
+
+void noteBoundedCall(const char* function, size_t size, size_t count) {
+    Journal::note(std::string(function) + "(" + std::to_string(size) + ", " +
+                  std::to_string(count) + ")");
+}
 
 // Constant-initialised: allocations come before main.
 std::atomic<size_t> failingSize{0};
@@ -18,7 +43,10 @@ std::atomic<size_t> allocationsBeforeFailure{0};
 
 std::atomic<bool> failed{false};
 
+std::atomic<size_t> failingSingleSize{0};
+
 std::mutex keptMutex;
+std::atomic<size_t> keptFreed{0};
 
 // Blocks of the failing size. A caller that loses one by rule leaves no leak behind this way.
 std::vector<void*>& keptBlocks() {
@@ -46,6 +74,18 @@ void keepIfWatched(size_t size, void* block) {
     }
 }
 
+void countIfKept(void* block) {
+    if (block == nullptr) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(keptMutex);
+    const auto kept = std::find(keptBlocks().begin(), keptBlocks().end(), block);
+    if (kept != keptBlocks().end()) {
+        keptBlocks().erase(kept);
+        ++keptFreed;
+    }
+}
+
 }  // namespace
 
 namespace memory_faults {
@@ -54,14 +94,18 @@ void reset() {
     boundedFailure = 0;
     failingSize = 0;
     allocationsBeforeFailure = 0;
+    failingSingleSize = 0;
 }
 
-void failBoundedCalls(int code) {
+void failBoundedCalls(int code, size_t skip, size_t times) {
+    boundedSkip = skip;
+    boundedTimes = times;
     boundedFailure = code;
 }
 
 void failAllocation(size_t size, size_t skip) {
     failed = false;
+    keptFreed = 0;
     allocationsBeforeFailure = skip;
     failingSize = size;
 }
@@ -70,21 +114,44 @@ bool allocationFailed() {
     return failed;
 }
 
+size_t skippedOnesFreed() {
+    return keptFreed;
+}
+
+void failSingleAllocation(size_t size) {
+    failingSingleSize = size;
+}
+
 }  // namespace memory_faults
 
 int memset_s(void* dest, size_t destSize, int value, size_t count) {
     static const auto next = nextDefinition<decltype(&memset_s)>("memset_s");
-    return boundedFailure != 0 ? boundedFailure.load() : next(dest, destSize, value, count);
+    noteBoundedCall("memset_s", destSize, count);
+    const int failure = boundedResult();
+    return failure != 0 ? failure : next(dest, destSize, value, count);
 }
 
 int memcpy_s(void* dest, size_t destSize, const void* src, size_t count) {
     static const auto next = nextDefinition<decltype(&memcpy_s)>("memcpy_s");
-    return boundedFailure != 0 ? boundedFailure.load() : next(dest, destSize, src, count);
+    noteBoundedCall("memcpy_s", destSize, count);
+    const int failure = boundedResult();
+    return failure != 0 ? failure : next(dest, destSize, src, count);
 }
 
 int strncpy_s(char* dest, size_t destSize, const char* src, size_t count) {
     static const auto next = nextDefinition<decltype(&strncpy_s)>("strncpy_s");
-    return boundedFailure != 0 ? boundedFailure.load() : next(dest, destSize, src, count);
+    noteBoundedCall("strncpy_s", destSize, count);
+    const int failure = boundedResult();
+    return failure != 0 ? failure : next(dest, destSize, src, count);
+}
+
+void* operator new(size_t size) {
+    static const auto next = nextDefinition<void* (*)(size_t)>("_Znwm");
+    size_t failing = size;
+    if (size != 0 && failingSingleSize.compare_exchange_strong(failing, 0)) {
+        throw std::bad_alloc();
+    }
+    return next(size);
 }
 
 // Both forms, so that it does not matter which one the library allocates its buffers with.
@@ -105,4 +172,14 @@ void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+void operator delete[](void* block) noexcept {
+    static const auto next = nextDefinition<void (*)(void*)>("_ZdaPv");
+    countIfKept(block);
+    next(block);
+}
+
+void operator delete[](void* block, size_t) noexcept {
+    operator delete[](block);
 }

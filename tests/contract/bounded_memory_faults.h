@@ -1,5 +1,5 @@
-// Stands in front of the bounded memory functions, memset_s, memcpy_s and strncpy_s, and of the
-// allocation of byte arrays, and makes them fail on request.
+// Stands in front of the bounded memory functions, memset_s, memcpy_s and strncpy_s, and of
+// operator new, and makes them fail on request.
 #ifndef CONTRACT_BOUNDED_MEMORY_FAULTS_H
 #define CONTRACT_BOUNDED_MEMORY_FAULTS_H
 
@@ -9,14 +9,22 @@ namespace memory_faults {
 
 void reset();  // nothing fails
 
-// From now on every bounded call returns code and does nothing.
-void failBoundedCalls(int code);
+// Of the bounded calls from now on, times ones after skip others return code and do nothing.
+constexpr size_t kAlways = static_cast<size_t>(-1);
+void failBoundedCalls(int code, size_t skip = 0, size_t times = kAlways);
 
 // Of the byte arrays of exactly size bytes allocated from now on, the one after skip others fails.
 void failAllocation(size_t size, size_t skip = 0);
 
 // Whether that allocation was asked for, and failed.
 bool allocationFailed();
+
+// How many of the skipped ones were freed since.
+size_t skippedOnesFreed();
+
+// The next allocation of a single object of exactly size bytes, a vector's storage among them,
+// fails.
+void failSingleAllocation(size_t size);
 
 }  // namespace memory_faults
 

@@ -73,6 +73,38 @@ TEST_F(MonitorScreenInfo, isTracedWithDisplayMonitorAndScale) {
                                         "monitor=<pointer>, backingScaleFactor=2")));
 }
 
+TEST_F(MonitorScreenInfo, isNotTracedBelowLevelTwo) {
+    trace_recorder::setLevel(1);
+    CapMgr_MonitorScreenInfo(1, &scale_, &frame_);
+    EXPECT_EQ(scale_, 2.0);
+    EXPECT_THAT(trace_recorder::messages(), testing::IsEmpty());
+    EXPECT_THAT(trace_recorder::streams(), testing::IsEmpty());
+}
+
+TEST_F(MonitorScreenInfo, makesTheManagerAndHasNoEntryTrace) {
+    CMonitorManager::DeleteInstance();
+    trace_recorder::forget();
+    CapMgr_MonitorScreenInfo(4294967295U, &scale_, &frame_);
+    const auto messages = trace_recorder::messages();
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.front(), step("CPMO", "begin to update monitor information", "[NULL]"));
+    EXPECT_EQ(messages.back(),
+              information("CapMgr_MonitorScreenInfo dwMonitorIndex=4294967295, displayID=0, "
+                          "monitor=<pointer>, backingScaleFactor=1"));
+}
+
+// Its display is 0, which the main screen answers for.
+TEST_F(MonitorScreenInfo, ofAVirtualMonitorIsTheMainScreens) {
+    CapMgr_GenerateMonitor(40, 30, 32);
+    trace_recorder::forget();
+    CapMgr_MonitorScreenInfo(2, &scale_, &frame_);
+    EXPECT_TRUE(sameRect(frame_, CGRectMake(0, 0, 161, 91)));
+    EXPECT_EQ(trace_recorder::messages().back(),
+              information("CapMgr_MonitorScreenInfo dwMonitorIndex=2, displayID=0, "
+                          "monitor=<pointer>, backingScaleFactor=1"));
+    EXPECT_EQ(trace_recorder::rawTexts().back().find("monitor=0x0"), std::string::npos);
+}
+
 TEST_F(MonitorScreenInfo, pastTheCountReportsTheMainScreenOfDisplayZero) {
     double mainScale = 0;
     CGRect mainFrame{};

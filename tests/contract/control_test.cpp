@@ -66,6 +66,7 @@ TEST_F(Control, startsNothingUnderAnUnknownIndex) {
                          "[CapIndex:5, MonitorIndex:0, CapType:4, ShareType:0, CustomVer:3]"),
                     kUnknownRecord, error("StartCapture... param dwCaptureIndex invalid!")));
     EXPECT_EQ(thread_watch::created(), 0U);
+    EXPECT_EQ(CMonitorManager::GetInstance()->GetCaptureMgr(5), nullptr);
 }
 
 class RefusedType : public Control, public testing::WithParamInterface<int> {};
@@ -165,9 +166,8 @@ TEST_F(Control, startsInParallelModeWhereSerialIsAsked) {
     EXPECT_FALSE(CapMgr_IsSerialCapMode(index_));
 }
 
-TEST_F(Control, isSerialWhenTheModeIsZero) {
-    trace_recorder::setLevel(0);
-    EXPECT_FALSE(CapMgr_IsSerialCapMode(index_)) << "without an object";
+TEST_F(Control, isNotSerialWithoutACapture) {
+    EXPECT_FALSE(CapMgr_IsSerialCapMode(index_));
     EXPECT_THAT(trace_recorder::messages(), IsEmpty());
     EXPECT_FALSE(CapMgr_IsSerialCapMode(5));
     EXPECT_THAT(trace_recorder::messages(), ElementsAre(kUnknownInstance));

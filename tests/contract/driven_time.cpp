@@ -5,7 +5,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <utility>
 
 #include "next_definition.h"
 #include "vqutilc.h"
@@ -26,7 +25,7 @@ struct Clock {
     size_t wakeUps = 0;  // granted and not yet taken
     useconds_t latest = 0;
     std::vector<useconds_t> sleeps;
-    bool nextWaitTimesOut = false;
+    size_t timedOutWaits = 0;  // still to come
     std::vector<unsigned int> waits;
 
     static Clock& instance() {
@@ -73,7 +72,7 @@ void reset() {
     clock.free = false;
     clock.wakeUps = 0;
     clock.sleeps.clear();
-    clock.nextWaitTimesOut = false;
+    clock.timedOutWaits = 0;
     clock.waits.clear();
 }
 
@@ -115,9 +114,9 @@ std::vector<useconds_t> sleeps() {
     return theClock().sleeps;
 }
 
-void timeOutNextEventWait() {
+void timeOutNextEventWait(size_t waits) {
     const Lock lock(theClock().mutex);
-    theClock().nextWaitTimesOut = true;
+    theClock().timedOutWaits = waits;
 }
 
 std::vector<unsigned int> eventWaits() {
@@ -153,7 +152,8 @@ bool VQ_Event::wait(unsigned int ms) {
     {
         const Lock lock(clock.mutex);
         clock.waits.push_back(ms);
-        if (std::exchange(clock.nextWaitTimesOut, false)) {
+        if (clock.timedOutWaits > 0) {
+            --clock.timedOutWaits;
             return false;
         }
     }

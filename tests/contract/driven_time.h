@@ -9,6 +9,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -32,8 +33,8 @@ void runFreely();
 // Lengths of all sleeps so far, in microseconds.
 std::vector<useconds_t> sleeps();
 
-// Makes the next wait for an event time out at once, without anything being waited for.
-void timeOutNextEventWait();
+// Makes the next waits for an event time out at once, without anything being waited for.
+void timeOutNextEventWait(size_t waits = 1);
 
 // The milliseconds that events were waited for.
 std::vector<unsigned int> eventWaits();

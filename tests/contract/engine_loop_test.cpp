@@ -6,11 +6,8 @@
 
 #include <cerrno>
 
-#include "lock_recorder.h"
-
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -20,6 +17,23 @@ TEST_F(EngineLoop, createsOneDetachedThread) {
     EXPECT_TRUE(thread_watch::lastWasDetached());
     EXPECT_EQ(thread_watch::lastScopeAsked(), PTHREAD_SCOPE_PROCESS);
     EXPECT_TRUE(thread_watch::attributesDestroyed());
+}
+
+TEST_F(EngineLoop, tracesItsMethodAtTheStart) {
+    ScriptedCapture other(static_cast<CAP_METHOD>(-3));
+    forgetEverything();
+    thread_watch::failNextCreation(ENOMEM);
+    EXPECT_EQ(other.StartCapture(), 1U);
+    EXPECT_EQ(trace_recorder::messages().front(),
+              information("CCaptureBase::StartCapture()... Begin! capType:-3"));
+}
+
+TEST_F(EngineLoop, tracesAStart) {
+    start();
+    EXPECT_THAT(trace_recorder::messagesOfThisThread(),
+                ElementsAre(information("CCaptureBase::StartCapture()... Begin! capType:4"),
+                            information("CCaptureBase::StartCapture()... End!")));
+    EXPECT_TRUE(capture_.m_bCaptureThreadRunning);
 }
 
 TEST_F(EngineLoop, refusesASecondStartKindly) {
@@ -120,6 +134,33 @@ TEST_F(EngineLoop, stopsWithoutAThread) {
     capture_.StopCapture();
     EXPECT_THAT(driven_time::eventWaits(), IsEmpty());
     EXPECT_EQ(capture_.unInitCalls, 1);
+    EXPECT_TRUE(capture_.m_bStop) << "no loop was there to clear it";
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CCaptureBase::StopCapture... Begin!"),
+                            information("CCaptureBase::StopCapture... End!!")));
+}
+
+TEST_F(EngineLoop, forgetsItsThreadWhenStopped) {
+    start();
+    EXPECT_NE(capture_.m_hCaptureThread, pthread_t{});
+    capture_.StopCapture();
+    EXPECT_EQ(capture_.m_hCaptureThread, pthread_t{});
+    capture_.StopCapture();
+    EXPECT_EQ(driven_time::eventWaits().size(), 1U) << "nothing to wait for the second time";
+}
+
+TEST_F(EngineLoop, isMarkedAsStoppingAndNotRunningBeforeTheStopUninitialises) {
+    capture_.m_bCaptureThreadRunning = true;
+    capture_.m_dwFrameID = 5;
+    bool asExpected = false;
+    capture_.unInit = [&] {
+        asExpected =
+            capture_.m_bStop && !capture_.m_bCaptureThreadRunning && capture_.m_dwFrameID == 5U;
+    };
+    capture_.StopCapture();
+    EXPECT_TRUE(asExpected);
+    EXPECT_EQ(capture_.m_dwFrameID, 0U);
+    capture_.unInit = [] {};
 }
 
 // The thread sleeps, which it may be cancelled in; no time is left for it.
@@ -191,84 +232,75 @@ TEST_F(EngineLoop, theThreadEntryIgnoresANullObject) {
                             information("CCaptureBase::CaptureThread()... End!")));
 }
 
-// Pause and mode.
-
-TEST_F(EngineLoop, pausesAndResumesOnce) {
-    EXPECT_TRUE(capture_.PauseCapture(true));
-    EXPECT_FALSE(capture_.PauseCapture(true));
-    EXPECT_TRUE(capture_.PauseCapture(false));
-    EXPECT_FALSE(capture_.PauseCapture(false));
-    EXPECT_THAT(trace_recorder::messages(),
-                ElementsAre(information("CCaptureBase::PauseCapture... Pause!"),
-                            information("CCaptureBase::PauseCapture... Resume!")));
+// One round: what the backend is asked, in order.
+TEST_F(EngineLoop, initialisesThenTellsMessagesThenCapturesThenUninitialises) {
+    std::vector<std::string> order;
+    capture_.init = [&order] { return order.emplace_back("Init"), true; };
+    capture_.message = [&order] { order.emplace_back("CaptureThreadMsgProc"); };
+    capture_.capture = [&] {
+        order.emplace_back("DoCapture");
+        capture_.m_bStop = capture_.captureCalls == 2;
+        return true;
+    };
+    capture_.unInit = [&order] { order.emplace_back("UnInit"); };
+    capture_.StartCapture();
+    driven_time::runFreely();
+    ASSERT_TRUE(thread_watch::awaitNone());
+    EXPECT_THAT(order, ElementsAre("Init", "CaptureThreadMsgProc", "DoCapture",
+                                   "CaptureThreadMsgProc", "DoCapture", "UnInit"));
+    capture_.unInit = [] {};
 }
 
-TEST_F(EngineLoop, doesNotSwitchModesWithoutSerialSupport) {
-    EXPECT_FALSE(capture_.SwitchMode(0));
-    EXPECT_FALSE(capture_.SwitchMode(1));
-    EXPECT_FALSE(capture_.m_bPause);
-    EXPECT_THAT(trace_recorder::messages(),
-                Each(information("CCaptureBase::SwitchMode()... disable")));
+TEST_F(EngineLoop, looksForAPauseAfterTheMessageProcedure) {
+    capture_.message = [this] { capture_.m_bPause = true; };
+    EXPECT_EQ(start(), 500000U);
+    EXPECT_EQ(capture_.captureCalls, 0);
 }
 
-TEST_F(EngineLoop, switchesModesWithSerialSupport) {
-    capture_.serial = true;
-    EXPECT_TRUE(capture_.SwitchMode(0));
-    EXPECT_TRUE(capture_.m_bPause);
-    EXPECT_EQ(capture_.GetCaptureMode(), SERIAL_CAPTURE_MODE);
-    EXPECT_TRUE(capture_.SwitchMode(1));
-    EXPECT_FALSE(capture_.m_bPause);
-    EXPECT_EQ(capture_.GetCaptureMode(), PARALLEL_CAPTURE_MODE);
-    EXPECT_FALSE(capture_.SwitchMode(2));
-    EXPECT_THAT(trace_recorder::messages(),
-                ElementsAre(information("CCaptureBase::SwitchMode()... SERIAL_CAPTURE_MODE"),
-                            information("CCaptureBase::SwitchMode()... PARALLEL_CAPTURE_MODE"),
-                            information("CCaptureBase::SwitchMode()... unknowed")));
+TEST_F(EngineLoop, uninitialisesBeforeItTakesTheStopForDone) {
+    bool stopping = false;
+    capture_.capture = [this] { return capture_.m_bStop = true; };
+    capture_.unInit = [&] { stopping = capture_.m_bStop; };
+    capture_.StartCapture();
+    driven_time::runFreely();
+    ASSERT_TRUE(thread_watch::awaitNone());
+    EXPECT_TRUE(stopping);
+    EXPECT_FALSE(capture_.m_bStop);
+    capture_.unInit = [] {};
 }
 
-TEST_F(EngineLoop, makesSerialModeParallelWithoutSupport) {
-    capture_.SetCaptureMode(SERIAL_CAPTURE_MODE);
-    EXPECT_EQ(capture_.GetCaptureMode(), PARALLEL_CAPTURE_MODE);
+TEST_F(EngineLoop, forgetsTheFramesAndTheFailureOfTheRunBefore) {
+    capture_.m_dwFrameID = 77;
+    capture_.m_iCapFailResult = -4;
+    capture_.m_nPacingMode = 1;
+    start();
+    EXPECT_EQ(capture_.m_dwFrameID, 1U);
+    EXPECT_EQ(capture_.GetCapFailResult(), 0);
+}
+
+TEST_F(EngineLoop, forgetsNothingWhenInitFails) {
+    capture_.m_dwFrameID = 77;
+    capture_.m_iCapFailResult = -4;
+    capture_.init = [this] {
+        capture_.m_bStop = true;
+        return false;
+    };
+    capture_.StartCapture();
+    ASSERT_TRUE(thread_watch::awaitNone());
+    EXPECT_EQ(capture_.m_dwFrameID, 77U);
+    EXPECT_EQ(capture_.GetCapFailResult(), -4);
+    EXPECT_TRUE(capture_.m_bStop);
+}
+
+TEST_F(EngineLoop, theThreadEntryRunsTheLoopOnTheThreadThatCallsIt) {
+    capture_.m_bStop = true;
+    EXPECT_EQ(CCaptureBase::CaptureThread(&capture_), nullptr);
     EXPECT_THAT(
-        trace_recorder::messages(),
-        ElementsAre(information("CCaptureBase::SetCaptureMode begin. cap mode:0"),
-                    information("CCaptureBase::SetCaptureMode, not support serial, change to "
-                                "parallel."),
-                    information("CCaptureBase::SetCaptureMode end.")));
-}
-
-TEST_F(EngineLoop, storesSerialModeWithSupportAndDoesNotPause) {
-    capture_.serial = true;
-    capture_.SetCaptureMode(SERIAL_CAPTURE_MODE);
-    EXPECT_EQ(capture_.GetCaptureMode(), SERIAL_CAPTURE_MODE);
-    EXPECT_FALSE(capture_.m_bPause);
-}
-
-TEST_F(EngineLoop, knowsNoErrors) {
-    EXPECT_EQ(capture_.GetLastErrorCode(), 0U);
-    EXPECT_EQ(capture_.GetErrorCount(), 0U);
-    EXPECT_EQ(capture_.CCaptureBase::CaptureScreen().pData, nullptr);
-    EXPECT_FALSE(capture_.CCaptureBase::SerialModeEnabled());
-    EXPECT_TRUE(capture_.CCaptureBase::DoCapture());
-}
-
-// Locks of an object's life.
-
-TEST(EngineLocks, areInitialisedAndCleanedUpInOrder) {
-    std::vector<LockUse> expected;
-    lock_recorder::forget();
-    {
-        const ScriptedCapture capture;
-        const VQ_Critical_Section* const sections[] = {&capture.m_csBuffer, &capture.m_csAppBuffer,
-                                                       &capture.m_csExcludeWnd,
-                                                       &capture.m_csReserved};
-        for (const char* operation : {"init", "cleanup"}) {
-            for (const VQ_Critical_Section* section : sections) {
-                expected.push_back({section, operation});
-            }
-        }
-    }
-    EXPECT_EQ(lock_recorder::ofThisThread(), expected);
+        trace_recorder::messagesOfThisThread(),
+        ElementsAre(information("CCaptureBase::CaptureThread()... Begin!"),
+                    information("CCaptureBase::Capture()... Begin"), information("m_bStop = true"),
+                    information("CCaptureBase::Capture()... End"),
+                    information("CCaptureBase::CaptureThread()... End!")));
 }
 
 }  // namespace

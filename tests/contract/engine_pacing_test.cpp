@@ -1,17 +1,12 @@
-// CCaptureBase: how long the loop sleeps, and when it gives up.
+// CCaptureBase: how long the loop sleeps.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <atomic>
 
 #include "engine_loop.h"
 
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
-
-// Pacing.
 
 TEST_F(EngineLoop, waitsOneMillisecondBeforeTheSecondFrameIsIn) {
     EXPECT_EQ(start(), 1 * kMs);
@@ -88,6 +83,67 @@ TEST_F(EngineLoop, takesANewRateAtItsNextRound) {
     EXPECT_EQ(nextSleep(), 66 * kMs);
 }
 
+// The round's time begins before the message procedure.
+TEST_F(EngineLoop, countsTheMessageProcedureIntoTheRound) {
+    capture_.message = [] { driven_time::advance(100); };
+    start();
+    EXPECT_EQ(nextSleep(), (333 - 100) * kMs);
+}
+
+TEST_F(EngineLoop, takesTheRateAtTheBeginningOfARound) {
+    capture_.capture = [this] { return capture_.UpdateFrameRate(2); };
+    capture_.SetMaxFrameRate(30);
+    capture_.UpdateFrameRate(25);
+    start();
+    EXPECT_EQ(nextSleep(), 500 * kMs) << "set in the round before";
+    capture_.UpdateFrameRate(10);
+    EXPECT_EQ(nextSleep(), 100 * kMs) << "not the one set in the middle";
+}
+
+struct Wait {
+    int pacingMode;
+    uint32_t framesBefore;
+    useconds_t milliseconds;
+};
+
+class WaitAfterAFrame : public EngineLoop, public testing::WithParamInterface<Wait> {};
+
+// At 15 frames a second.
+TEST_P(WaitAfterAFrame, isOneMillisecondForTheFirstTwoAndInPacingModeOne) {
+    capture_.SetMaxFrameRate(15);
+    capture_.UpdateFrameRate(15);
+    capture_.m_nPacingMode = GetParam().pacingMode;
+    start();
+    capture_.m_dwFrameID = GetParam().framesBefore;
+    EXPECT_EQ(nextSleep(), GetParam().milliseconds * kMs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Waits, WaitAfterAFrame,
+                         testing::Values(Wait{0, 0, 1}, Wait{0, 1, 66}, Wait{0, 2, 66},
+                                         Wait{0, 1000, 66}, Wait{1, 0, 1}, Wait{1, 1, 1},
+                                         Wait{1, 1000, 1}, Wait{-1, 1, 66}, Wait{2, 1, 66},
+                                         Wait{2, 0, 1}));
+
+// After one millisecond each for the first two: the first counted frame is not the second yet.
+TEST_F(EngineLoop, paces) {
+    start();
+    runRounds(3);
+    EXPECT_THAT(driven_time::sleeps(), ElementsAre(1 * kMs, 333 * kMs, 333 * kMs, 333 * kMs));
+    EXPECT_EQ(capture_.m_dwFrameID, 4U);
+}
+
+TEST_F(EngineLoop, tracesNoFrameBetweenTheFirstAndTheFiftieth) {
+    start();
+    runRounds(100);
+    EXPECT_THAT(
+        trace_recorder::messagesOfOtherThreads(),
+        ElementsAre(information("CCaptureBase::CaptureThread()... Begin!"),
+                    information("CCaptureBase::Capture()... Begin"), information("m_bStop = false"),
+                    information("CCaptureBase::Capture... capture success  ID:0"),
+                    information("CCaptureBase::Capture... capture success  ID:50"),
+                    information("CCaptureBase::Capture... capture success  ID:100")));
+}
+
 TEST_F(EngineLoop, tracesEveryFiftiethFrame) {
     for (int i = 0; i < 101; ++i) {
         capture_.OnCaptureSuccess();
@@ -114,105 +170,4 @@ TEST_F(UncountedMethod, neverCountsFramesAndNeverPaces) {
     EXPECT_EQ(trace_recorder::count("[KXSC] CCaptureBase::Capture... capture success  ID:0"), 0U);
 }
 
-// Failures.
-
-class FailingLoop : public EngineLoop {
-  protected:
-    void SetUp() override {
-        EngineLoop::SetUp();
-        capture_.capture = [this] { return captures_.load(); };
-    }
-
-    static constexpr const char* kTimeout = "[KXSC] CCaptureBase::Capture() failed timout=";
-
-    static std::vector<Message> timeouts() {
-        std::vector<Message> found;
-        for (const Message& message : trace_recorder::messagesOfLevel(0)) {
-            if (message.text.rfind(kTimeout, 0) == 0) {
-                found.push_back(message);
-            }
-        }
-        return found;
-    }
-
-    std::atomic<bool> captures_{false};
-};
-
-TEST_F(FailingLoop, retriesAfterAShortSleepAndAfterAPacedOneInTurn) {
-    captures_ = true;
-    start();
-    nextSleep();
-    captures_ = false;
-    EXPECT_EQ(nextSleep(), 2000U);
-    EXPECT_EQ(nextSleep(), 333 * kMs);
-    EXPECT_EQ(nextSleep(), 2000U);
-    EXPECT_EQ(nextSleep(), 333 * kMs);
-}
-
-TEST_F(FailingLoop, pacesRetriesByOneMillisecondBeforeTheSecondFrame) {
-    EXPECT_EQ(start(), 2000U);
-    EXPECT_EQ(nextSleep(), 1 * kMs);
-    EXPECT_EQ(nextSleep(), 2000U);
-}
-
-TEST_F(FailingLoop, startsARunOfFailuresAnewAfterAFrame) {
-    start();
-    nextSleep();
-    captures_ = true;
-    nextSleep();
-    captures_ = false;
-    EXPECT_EQ(nextSleep(), 2000U);
-}
-
-TEST_F(FailingLoop, goesOnForTenSecondsAndEndsAfterMore) {
-    start();
-    driven_time::advance(9998);
-    EXPECT_EQ(nextSleep(), 1 * kMs) << "2 ms of sleep make it 10000";
-    EXPECT_THAT(timeouts(), IsEmpty());
-    driven_time::wake();
-    EXPECT_TRUE(thread_watch::awaitNone());
-    EXPECT_THAT(timeouts(),
-                ElementsAre(error("CCaptureBase::Capture() failed timout=10001, uiTryCapCount=2")));
-    EXPECT_TRUE(capture_.m_bCaptureFailed);
-    EXPECT_EQ(capture_.unInitCalls, 1);
-}
-
-TEST_F(FailingLoop, isCountedFromTheFirstFailureOfTheRun) {
-    captures_ = true;
-    start();
-    driven_time::advance(60000);
-    captures_ = false;
-    nextSleep();
-    nextSleep();
-    EXPECT_THAT(timeouts(), IsEmpty());
-}
-
-TEST_F(FailingLoop, measuresAcrossTheWrapOfTheTick) {
-    driven_time::setTick(0xFFFFFFF0);
-    start();
-    driven_time::advance(20000);
-    driven_time::wake();
-    EXPECT_TRUE(thread_watch::awaitNone());
-    EXPECT_THAT(timeouts(),
-                ElementsAre(error("CCaptureBase::Capture() failed timout=20002, uiTryCapCount=1")));
-}
-
-TEST_F(FailingLoop, endsByItselfAboutTenSecondsAfterTheFirstFailure) {
-    capture_.StartCapture();
-    driven_time::runFreely();
-    EXPECT_TRUE(thread_watch::awaitNone());
-    EXPECT_EQ(timeouts().size(), 1U);
-    EXPECT_EQ(capture_.unInitCalls, 1);
-    EXPECT_FALSE(capture_.m_bStop);
-}
-
-TEST_F(FailingLoop, isStoppedAfterItEnded) {
-    start();
-    driven_time::advance(20000);
-    driven_time::wake();
-    ASSERT_TRUE(thread_watch::awaitNone());
-    capture_.StopCapture();
-    EXPECT_EQ(thread_watch::cancelled(), 0U);
-    EXPECT_EQ(capture_.unInitCalls, 2);
-}
 }  // namespace

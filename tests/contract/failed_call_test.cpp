@@ -1,8 +1,9 @@
 // Bounded memory calls that fail: each is reported and changes nothing else.
+#include "failed_call.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <functional>
 #include <memory>
 
@@ -10,7 +11,6 @@
 #include "Monitor.h"
 #include "MonitorManager.h"
 #include "bounded_memory_faults.h"
-#include "contract_test.h"
 #include "scripted_capture.h"
 
 namespace {
@@ -19,24 +19,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-constexpr int kCode = 34;
-
-class FailedCall : public ContractTest {
-  protected:
-    // Every report, its position taken off when it has the right form.
-    static std::vector<Message> reports() {
-        std::vector<Message> found;
-        for (const Message& message : trace_recorder::messagesOfLevel(1)) {
-            found.push_back(withoutPosition(message));
-        }
-        return found;
-    }
-};
-
-constexpr const char* kClearRecord =
-    "memset_s(&stRetDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA))";
-constexpr const char* kClearLocked =
-    "memset_s(&stDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA))";
 constexpr const char* kCopySource =
     "memcpy_s(&m_sOriFrameSize, sizeof(CAP_SIZE), &szInput, sizeof(CAP_SIZE))";
 constexpr const char* kCopyTarget =
@@ -50,6 +32,7 @@ struct Place {
     const char* name;
     std::function<void()> prepare;
     std::function<void()> act;
+    const char* source;
     std::vector<const char*> calls;
 };
 
@@ -65,6 +48,10 @@ TEST_P(FailedCallAt, isReported) {
         expected.push_back(failedCall(call, kCode));
     }
     EXPECT_EQ(reports(), expected);
+    for (const Message& message : trace_recorder::messagesOfLevel(1)) {
+        EXPECT_THAT(message.text, testing::StartsWith("[src/component/captureManager/" +
+                                                      std::string(GetParam().source) + ";"));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -72,38 +59,58 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Place{"monitorName",
               [] {},
-              [] { const CMonitor monitor(722, 0); },
+              [] { EXPECT_EQ(CMonitor(722, 0).GetName(), "Panel 722"); },
+              "Monitor",
               {"memset_s(displayName, MAX_MONITOR_NAME_LEN, 0, MAX_MONITOR_NAME_LEN)"}},
         Place{"monitorInfo",
               [] { CapMgr_GetMonitorCount(); },
               [] {
                   CAP_MONITOR_INFO description{};
                   EXPECT_TRUE(CapMgr_GetMonitorInfo(0, &description));
+                  EXPECT_EQ(description.dwBitsPerPixel, 32U);
               },
+              "CaptureManager",
               {"memset_s(pMonitorInfo, sizeof(CAP_MONITOR_INFO), 0, sizeof(CAP_MONITOR_INFO))",
                "strncpy_s(pMonitorInfo->cstrName, MAX_MONITOR_NAME_LEN, cstrMonitorName, "
                "MAX_MONITOR_NAME_LEN - 1)"}},
+        Place{"monitorInfoPastTheCount",
+              [] { CapMgr_GetMonitorCount(); },
+              [] {
+                  CAP_MONITOR_INFO description{};
+                  EXPECT_FALSE(CapMgr_GetMonitorInfo(1, &description));
+              },
+              "CaptureManager",
+              {"memset_s(pMonitorInfo, sizeof(CAP_MONITOR_INFO), 0, sizeof(CAP_MONITOR_INFO))"}},
         Place{"captureIndex",
               [] { CapMgr_GetMonitorCount(); },
-              [] { EXPECT_EQ(CapMgr_GenerateCaptureIndex(), 0U); },
+              [] {
+                  EXPECT_EQ(CapMgr_GenerateCaptureIndex(), 0U);
+                  EXPECT_EQ(CMonitorManager::GetInstance()->GetCaptureMgr(0)->stFrameSize.dwWidth,
+                            0U);
+              },
+              "MonitorManager",
               {"memset_s(&(pCapMgr->stFrameSize), sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))"}},
         Place{"storedSize",
               [] { CapMgr_GenerateCaptureIndex(); },
               [] {
                   EXPECT_TRUE(CapMgr_SetCaptureFrameSize(0, {4, 3}));
               },
+              "CaptureManager",
               {"memcpy_s(&pCapMgr->stFrameSize, sizeof(CAP_SIZE), &stSize, sizeof(CAP_SIZE))"}},
         Place{"captureScreen",
               [] { CapMgr_GenerateCaptureIndex(); },
               [] { EXPECT_EQ(CapMgr_CaptureScreenBuffer(0).pData, nullptr); },
+              "CaptureManager",
               {kClearRecord}},
         Place{"lockScreen",
               [] { CapMgr_GenerateCaptureIndex(); },
               [] { EXPECT_EQ(CapMgr_LockScreenBuffer(0).pData, nullptr); },
+              "CaptureManager",
               {kClearRecord}},
         Place{"scalerMade",
               [] {},
               [] { const CCaptureScaling scaling; },
+              "CaptureScaling",
               {"memset_s(&m_sOriFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))",
                "memset_s(&m_sFinalFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))",
                "memset_s(&m_sCapFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))"}}),
@@ -215,70 +222,6 @@ TEST_F(FailedCallOfAMacCapture, isAnErrorWhenTheFrameCannotBeClearedOnAChange) {
     EXPECT_FALSE(capture_->DoCapture());
     EXPECT_EQ(trace_recorder::messagesOfLevel(0).back(),
               error("CCaptureMac::DoCapture()... memset_s failed, err = 34"));
-}
-
-// The form of a report.
-
-TEST_F(FailedCall, isReportedWithItsPositionAndWithoutATag) {
-    CapMgr_GenerateCaptureIndex();
-    trace_recorder::forget();
-    memory_faults::failBoundedCalls(-7);
-    CapMgr_CaptureScreenBuffer(0);
-    ASSERT_THAT(trace_recorder::rawTexts(), testing::SizeIs(2));
-    EXPECT_THAT(trace_recorder::rawTexts()[0],
-                testing::MatchesRegex("\\[src/component/captureManager/CaptureManager;[0-9]+\\] "
-                                      "memset_s\\(&stRetDesktopData, sizeof\\(CAP_DESKTOP_DATA\\), "
-                                      "0, sizeof\\(CAP_DESKTOP_DATA\\)\\) return=-7"));
-    EXPECT_EQ(trace_recorder::messages()[0].level, 1);
-    EXPECT_EQ(trace_recorder::messages()[0].flag, 0);
-}
-
-TEST_F(FailedCall, isReportedAfterTheSourcePositionWhenThatIsWanted) {
-    CapMgr_GenerateCaptureIndex();
-    trace_recorder::forget();
-    trace_recorder::setFileLine(true);
-    memory_faults::failBoundedCalls(kCode);
-    CapMgr_CaptureScreenBuffer(0);
-    EXPECT_THAT(trace_recorder::rawTexts()[0],
-                testing::MatchesRegex("\\[src/component/captureManager/CaptureManager: [0-9]+\\] "
-                                      "\\[src/component/captureManager/CaptureManager;[0-9]+\\] "
-                                      "memset_s.*return=34"));
-}
-
-TEST_F(FailedCall, isBuiltInAStreamOfItsOwnWithoutTheFormat) {
-    CapMgr_GenerateCaptureIndex();
-    trace_recorder::setLevel(1);
-    trace_recorder::forget();
-    memory_faults::failBoundedCalls(kCode);
-    CapMgr_LockScreenBuffer(0);
-    const auto streams = trace_recorder::streams();
-    ASSERT_EQ(streams.size(), 2U);
-    EXPECT_EQ(streams[0].format, 4U) << "the message, destroyed first";
-    EXPECT_NE(streams[1].format, 4U) << "the report in it";
-    EXPECT_EQ(streams[0].text, streams[1].text);
-}
-
-class LevelWithoutReports : public FailedCall, public testing::WithParamInterface<int> {};
-
-TEST_P(LevelWithoutReports, isSilent) {
-    CapMgr_GenerateCaptureIndex();
-    trace_recorder::setLevel(GetParam());
-    trace_recorder::forget();
-    memory_faults::failBoundedCalls(kCode);
-    CapMgr_LockScreenBuffer(0);
-    EXPECT_THAT(trace_recorder::messages(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Levels, LevelWithoutReports, testing::Values(-1, 0));
-
-TEST_F(FailedCall, stillEndsTheName) {
-    CapMgr_GetMonitorCount();
-    memory_faults::failBoundedCalls(kCode);
-    CAP_MONITOR_INFO info;
-    std::memset(&info, 0x41, sizeof info);
-    EXPECT_TRUE(CapMgr_GetMonitorInfo(0, &info));
-    EXPECT_EQ(info.cstrName[MAX_MONITOR_NAME_LEN - 1], '\0');
-    EXPECT_EQ(info.rcMonitor.left, kMainLeft);
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
-// CCaptureBase: the frame buffers, the frame size, and the frames that come in.
+// CCaptureBase: the frame buffers, and the frames that come in.
 #include "frame_buffer.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
 
 #include "bounded_memory_faults.h"
 
@@ -30,19 +33,58 @@ class WindowCaptureType : public FrameBuffer, public testing::WithParamInterface
 
 TEST_P(WindowCaptureType, hasASecondBuffer) {
     ScriptedCapture capture(CAP_METHOD_COREGRAPHICS, static_cast<CAP_TYPE>(GetParam()));
+    trace_recorder::forget();
     capture.AllocBuffer(700);
     EXPECT_NE(capture.m_lpAppBuffer, nullptr);
+    EXPECT_NE(capture.m_lpAppBuffer, capture.m_lpBuffer);
+    EXPECT_EQ(capture.m_nbufSize, 700U);
     EXPECT_THAT(trace_recorder::messages(),
-                testing::Contains(information("CCaptureBase::AllocBuffer [Mem] m_lpAppBuffer "
-                                              "dwSize = 700, m_lpAppBuffer = <pointer>")));
+                ElementsAre(bufferMessage(2,
+                                          "CCaptureBase::AllocBuffer..dwSize = 700, "
+                                          "m_nbufSize = 0"),
+                            information("CCaptureBase::AllocBuffer [Mem] m_lpBuffer "
+                                        "dwSize = 700, m_lpBuffer =<pointer>"),
+                            information("CCaptureBase::AllocBuffer [Mem] m_lpAppBuffer "
+                                        "dwSize = 700, m_lpAppBuffer = <pointer>")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Types, WindowCaptureType, testing::Values(1, 2));
 
-TEST_F(FrameBuffer, hasNoSecondBufferForOtherTypes) {
-    ScriptedCapture capture(CAP_METHOD_COREGRAPHICS, static_cast<CAP_TYPE>(3));
+class OtherCaptureType : public FrameBuffer, public testing::WithParamInterface<int> {};
+
+TEST_P(OtherCaptureType, hasNoSecondBuffer) {
+    ScriptedCapture capture(CAP_METHOD_COREGRAPHICS, static_cast<CAP_TYPE>(GetParam()));
     capture.AllocBuffer(700);
+    EXPECT_NE(capture.m_lpBuffer, nullptr);
     EXPECT_EQ(capture.m_lpAppBuffer, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Types, OtherCaptureType, testing::Values(-1, 0, 3));
+
+TEST_F(FrameBuffer, tracesWhereItsBuffersAre) {
+    windowCapture_.AllocBuffer(700);
+    const auto address = [](const void* pointer) {
+        std::ostringstream text;
+        text << pointer;
+        return text.str();
+    };
+    const auto texts = trace_recorder::rawTexts();
+    EXPECT_THAT(texts[texts.size() - 2],
+                testing::EndsWith("m_lpBuffer =" + address(windowCapture_.m_lpBuffer)));
+    EXPECT_THAT(texts.back(),
+                testing::EndsWith("m_lpAppBuffer = " + address(windowCapture_.m_lpAppBuffer)));
+}
+
+// While a reader holds a frame, no other buffer takes its place.
+TEST_F(FrameBuffer, isAllocatedUnderBothLocks) {
+    const Journal journal(lockNames(capture_));
+    capture_.AllocBuffer(700);
+    EXPECT_THAT(journal.entries(),
+                ElementsAre("[KXAS] CCaptureBase::AllocBuffer..dwSize = 700, m_nbufSize = 0",
+                            "lock buffer", "lock app buffer",
+                            "[KXSC] CCaptureBase::AllocBuffer [Mem] m_lpBuffer dwSize = 700, "
+                            "m_lpBuffer =<pointer>",
+                            "unlock app buffer", "unlock buffer"));
 }
 
 TEST_F(FrameBuffer, isKeptWithItsContentWhenTheSizeIsTheSame) {
@@ -68,115 +110,112 @@ TEST_F(FrameBuffer, isReplacedWhenTheSizeChanges) {
                                         "dwSize = 800, m_lpBuffer =<pointer>")));
 }
 
+TEST_F(FrameBuffer, isKeptWithTheSecondOneWhenTheSizeIsTheSame) {
+    windowCapture_.AllocBuffer(700);
+    const unsigned char* const buffer = windowCapture_.m_lpBuffer;
+    const unsigned char* const appBuffer = windowCapture_.m_lpAppBuffer;
+    std::fill_n(windowCapture_.m_lpAppBuffer, 700, static_cast<unsigned char>(0x3C));
+    windowCapture_.AllocBuffer(700);
+    EXPECT_EQ(windowCapture_.m_lpBuffer, buffer);
+    EXPECT_EQ(windowCapture_.m_lpAppBuffer, appBuffer);
+    EXPECT_EQ(windowCapture_.m_lpAppBuffer[699], 0x3C);
+    EXPECT_EQ(windowCapture_.m_nbufSize, 700U);
+}
+
 TEST_F(FrameBuffer, ofSizeZeroIsNone) {
-    ScriptedCapture capture(CAP_METHOD_COREGRAPHICS, CAP_TYPE_APP_WINDOW);
-    capture.AllocBuffer(700);
-    capture.AllocBuffer(0);
-    EXPECT_EQ(capture.m_lpBuffer, nullptr);
-    EXPECT_EQ(capture.m_lpAppBuffer, nullptr);
-    EXPECT_EQ(capture.m_nbufSize, 0U);
+    windowCapture_.AllocBuffer(700);
+    trace_recorder::forget();
+    windowCapture_.AllocBuffer(0);
+    EXPECT_EQ(windowCapture_.m_lpBuffer, nullptr);
+    EXPECT_EQ(windowCapture_.m_lpAppBuffer, nullptr);
+    EXPECT_EQ(windowCapture_.m_nbufSize, 0U);
+    EXPECT_THAT(
+        trace_recorder::messages(),
+        ElementsAre(bufferMessage(2, "CCaptureBase::AllocBuffer..dwSize = 0, m_nbufSize = 700"),
+                    information("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>"),
+                    information("CCaptureBase::DeallocBuffer[Mem], m_lpAppBuffer: <pointer>")));
+}
+
+TEST_F(FrameBuffer, ofSizeZeroNeedsNoneBefore) {
+    capture_.AllocBuffer(0);
+    EXPECT_EQ(capture_.m_lpBuffer, nullptr);
+    EXPECT_THAT(
+        trace_recorder::messages(),
+        ElementsAre(bufferMessage(2, "CCaptureBase::AllocBuffer..dwSize = 0, m_nbufSize = 0")));
 }
 
 TEST_F(FrameBuffer, isNoneWhenMemoryIsShort) {
+    capture_.AllocBuffer(700);
+    forgetEverything();
     memory_faults::failAllocation(7001);
     capture_.AllocBuffer(7001);
     EXPECT_EQ(capture_.m_lpBuffer, nullptr);
     EXPECT_EQ(capture_.m_nbufSize, 0U);
-    EXPECT_THAT(trace_recorder::messagesOfLevel(0),
-                ElementsAre(error("CCaptureBase::AllocBuffer ERROR")));
-}
-
-TEST_F(FrameBuffer, isNoneWhenMemoryIsShortForTheSecondOne) {
-    ScriptedCapture capture(CAP_METHOD_COREGRAPHICS, CAP_TYPE_APP_WINDOW);
-    memory_faults::failAllocation(7001, 1);
-    capture.AllocBuffer(7001);
-    EXPECT_EQ(capture.m_lpBuffer, nullptr);
-    EXPECT_EQ(capture.m_lpAppBuffer, nullptr);
-    EXPECT_EQ(capture.m_nbufSize, 0U);
-    EXPECT_THAT(trace_recorder::messagesOfLevel(0),
-                ElementsAre(error("CCaptureBase::AllocBuffer ERROR")));
-}
-
-TEST_F(FrameBuffer, isFreedUnderItsLock) {
-    ScriptedCapture capture(CAP_METHOD_COREGRAPHICS, CAP_TYPE_APP_WINDOW);
-    capture.AllocBuffer(700);
-    forgetEverything();
-    capture.DeallocBuffer();
-    EXPECT_THAT(
-        lock_recorder::ofThisThread(),
-        ElementsAre(LockUse{&capture.m_csBuffer, "lock"}, LockUse{&capture.m_csBuffer, "unlock"},
-                    LockUse{&capture.m_csAppBuffer, "lock"},
-                    LockUse{&capture.m_csAppBuffer, "unlock"}));
     EXPECT_THAT(
         trace_recorder::messages(),
-        ElementsAre(information("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>"),
-                    information("CCaptureBase::DeallocBuffer[Mem], m_lpAppBuffer: <pointer>")));
+        ElementsAre(bufferMessage(2, "CCaptureBase::AllocBuffer..dwSize = 7001, m_nbufSize = 700"),
+                    information("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>"),
+                    error("CCaptureBase::AllocBuffer ERROR")));
+    EXPECT_TRUE(bufferIsFree());
+}
+
+// What was allocated stays so by rule.
+TEST_F(FrameBuffer, isNoneAndNotFreedWhenMemoryIsShortForTheSecondOne) {
+    trace_recorder::forget();
+    memory_faults::failAllocation(7001, 1);
+    windowCapture_.AllocBuffer(7001);
+    EXPECT_EQ(windowCapture_.m_lpBuffer, nullptr);
+    EXPECT_EQ(windowCapture_.m_lpAppBuffer, nullptr);
+    EXPECT_EQ(windowCapture_.m_nbufSize, 0U);
+    EXPECT_EQ(memory_faults::skippedOnesFreed(), 0U);
+    EXPECT_THAT(
+        trace_recorder::messages(),
+        ElementsAre(bufferMessage(2, "CCaptureBase::AllocBuffer..dwSize = 7001, m_nbufSize = 0"),
+                    information("CCaptureBase::AllocBuffer [Mem] m_lpBuffer dwSize = 7001, "
+                                "m_lpBuffer =<pointer>"),
+                    error("CCaptureBase::AllocBuffer ERROR")));
+}
+
+TEST_F(FrameBuffer, isFreedWithTheSecondOne) {
+    memory_faults::failAllocation(7001, 3);
+    windowCapture_.AllocBuffer(7001);
+    EXPECT_EQ(memory_faults::skippedOnesFreed(), 0U);
+    windowCapture_.DeallocBuffer();
+    EXPECT_EQ(memory_faults::skippedOnesFreed(), 2U);
+}
+
+TEST_F(FrameBuffer, isAllocatedAfterMemoryWasShort) {
+    memory_faults::failAllocation(7001);
+    capture_.AllocBuffer(7001);
+    capture_.AllocBuffer(7001);
+    EXPECT_NE(capture_.m_lpBuffer, nullptr);
+    EXPECT_EQ(capture_.m_nbufSize, 7001U);
+}
+
+TEST_F(FrameBuffer, isTracedThenFreedUnderItsLock) {
+    windowCapture_.AllocBuffer(700);
+    const Journal journal(lockNames(windowCapture_));
+    windowCapture_.DeallocBuffer();
+    EXPECT_EQ(windowCapture_.m_lpBuffer, nullptr);
+    EXPECT_EQ(windowCapture_.m_lpAppBuffer, nullptr);
+    EXPECT_EQ(windowCapture_.m_nbufSize, 0U);
+    EXPECT_THAT(journal.entries(),
+                ElementsAre("[KXSC] CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>",
+                            "lock buffer", "unlock buffer",
+                            "[KXSC] CCaptureBase::DeallocBuffer[Mem], m_lpAppBuffer: <pointer>",
+                            "lock app buffer", "unlock app buffer"));
+}
+
+TEST_F(FrameBuffer, hasNoSizeOnceFreedAlsoWithoutABuffer) {
+    capture_.m_nbufSize = 55;
+    capture_.DeallocBuffer();
+    EXPECT_EQ(capture_.m_nbufSize, 0U);
 }
 
 TEST_F(FrameBuffer, isFreedOnlyOnce) {
     capture_.DeallocBuffer();
     EXPECT_THAT(trace_recorder::messages(), IsEmpty());
     EXPECT_EQ(capture_.m_nbufSize, 0U);
-}
-
-// Frame size.
-
-TEST_F(FrameBuffer, takesTheMonitorsOwnSize) {
-    EXPECT_TRUE(capture_.SetFrameSize({ScriptedCapture::kWidth, ScriptedCapture::kHeight}));
-    EXPECT_THAT(trace_recorder::messages(),
-                ElementsAre(information("CCaptureBase::SetFrameSize... Begin!"),
-                            information("CCaptureBase::SetFrameSize...End! w: 21,h:13")));
-}
-
-TEST_F(FrameBuffer, takesASinglePixel) {
-    EXPECT_TRUE(capture_.SetFrameSize({1, 1}));
-    EXPECT_EQ(capture_.m_oScaling.GetCapFrameSize().dwWidth, 1U);
-    EXPECT_EQ(capture_.m_oScaling.GetCapFrameSize().dwHeight, 1U);
-}
-
-struct RefusedSize {
-    CAP_SIZE size;
-    const char* text;
-};
-
-class FrameSizeOutOfBounds : public FrameBuffer, public testing::WithParamInterface<RefusedSize> {};
-
-TEST_P(FrameSizeOutOfBounds, isRefused) {
-    EXPECT_FALSE(capture_.SetFrameSize(GetParam().size));
-    EXPECT_THAT(
-        trace_recorder::messages(),
-        ElementsAre(information("CCaptureBase::SetFrameSize... Begin!"), error(GetParam().text)));
-    EXPECT_EQ(capture_.m_oScaling.GetCapFrameSize().dwWidth, ScriptedCapture::kWidth);
-}
-
-constexpr const char* kInvalid = "CCaptureBase::SetFrameRate... param nFrameSize invalid!";
-constexpr const char* kTooLarge = "CCaptureBase::SetFrameRate... param nFrameSize error";
-
-INSTANTIATE_TEST_SUITE_P(Sizes, FrameSizeOutOfBounds,
-                         testing::Values(RefusedSize{{0, 5}, kInvalid},
-                                         RefusedSize{{5, 0}, kInvalid},
-                                         RefusedSize{{0, 0}, kInvalid},
-                                         RefusedSize{{0, 500}, kInvalid},
-                                         RefusedSize{{ScriptedCapture::kWidth + 1, 5}, kTooLarge},
-                                         RefusedSize{{5, ScriptedCapture::kHeight + 1}, kTooLarge},
-                                         RefusedSize{{0xFFFFFFFF, 0xFFFFFFFF}, kTooLarge}));
-
-TEST_F(FrameBuffer, isClearedByANewSizeAndKeepsItsOwn) {
-    fill();
-    capture_.SetFrameSize({5, 4});
-    EXPECT_EQ(bufferContent(), std::vector<unsigned char>(ScriptedCapture::kBytes, 0));
-    EXPECT_EQ(capture_.m_nbufSize, ScriptedCapture::kBytes);
-}
-
-TEST_F(FrameBuffer, isResizedUnderBothLocks) {
-    capture_.SetFrameSize({5, 4});
-    EXPECT_THAT(lock_recorder::ofThisThread(),
-                testing::IsSupersetOf({bufferUse("lock"), appBufferUse("lock")}));
-    forgetEverything();
-    capture_.SetFrameSize({6, 4});
-    EXPECT_THAT(lock_recorder::ofThisThread(),
-                ElementsAre(bufferUse("lock"), appBufferUse("lock"), appBufferUse("unlock"),
-                            bufferUse("unlock")));
 }
 
 // Frames of the host's own.
@@ -204,10 +243,32 @@ TEST_F(FrameBuffer, refusesAFrameOneByteTooLong) {
 }
 
 TEST_F(FrameBuffer, refusesAFrameWithoutABuffer) {
+    const Journal journal(lockNames(capture_));
     capture_.UpdateBuffer(picture_.data(), 1);
     EXPECT_THAT(
-        trace_recorder::messagesOfLevel(0),
-        ElementsAre(bufferMessage(0, " m_lpBuffer = NULL ||(unsigned)nLen <= m_nbufSize ")));
+        journal.entries(),
+        ElementsAre("lock buffer",
+                    "[KXSC] CCaptureBase::Capture... UpdateBuffer capture success  ID:0",
+                    "[KXAS]  m_lpBuffer = NULL ||(unsigned)nLen <= m_nbufSize ", "unlock buffer"));
+    EXPECT_EQ(trace_recorder::messages().back().level, 0);
+}
+
+TEST_F(FrameBuffer, takesAShorterFrameAndKeepsTheRest) {
+    fill();
+    const std::vector<unsigned char> shorter(100, 0x5E);
+    const Journal journal(lockNames(capture_));
+    capture_.UpdateBuffer(shorter.data(), 100);
+    std::vector<unsigned char> expected = picture_;
+    std::copy(shorter.begin(), shorter.end(), expected.begin());
+    EXPECT_EQ(bufferContent(), expected);
+    EXPECT_THAT(journal.entries(),
+                ElementsAre("lock buffer", "memcpy_s(1092, 100)", "unlock buffer"));
+}
+
+TEST_F(FrameBuffer, countsRefusedFramesOfTheHostToo) {
+    capture_.UpdateBuffer(picture_.data(), 1);
+    EXPECT_EQ(capture_.m_dwUpdateCount, 1U);
+    EXPECT_EQ(capture_.m_dwFrameID, 0U) << "frames of the backend alone";
 }
 
 TEST_F(FrameBuffer, ignoresAFrameWhilePaused) {
@@ -219,6 +280,7 @@ TEST_F(FrameBuffer, ignoresAFrameWhilePaused) {
     EXPECT_EQ(bufferContent(), picture_);
     EXPECT_THAT(trace_recorder::messages(), IsEmpty());
     EXPECT_THAT(lock_recorder::ofThisThread(), IsEmpty());
+    EXPECT_EQ(capture_.m_dwUpdateCount, 1U) << "that of the frame before the pause";
 }
 
 TEST_F(FrameBuffer, tracesEveryFiftiethFrameOfTheHost) {
@@ -238,9 +300,11 @@ TEST_F(FrameBuffer, tracesEveryFiftiethFrameOfTheHost) {
 TEST_F(FrameBuffer, takesABackendsFrameUnderItsLock) {
     capture_.AllocBuffer(ScriptedCapture::kBytes);
     forgetEverything();
+    const Journal journal(lockNames(capture_));
     EXPECT_EQ(capture_.Resize(picture_.data(), ScriptedCapture::kWidth * 4), 1U);
     EXPECT_EQ(bufferContent(), picture_);
-    EXPECT_THAT(lock_recorder::ofThisThread(), ElementsAre(bufferUse("lock"), bufferUse("unlock")));
+    EXPECT_THAT(journal.entries(), ElementsAre("lock buffer", "memcpy_s(8, 8)",
+                                               "MacroMemcpy(1092, 1092)", "unlock buffer"));
 }
 
 TEST_F(FrameBuffer, takesNoBackendsFrameWithoutABuffer) {
@@ -251,5 +315,17 @@ TEST_F(FrameBuffer, takesNoBackendsFrameWithoutABuffer) {
 TEST_F(FrameBuffer, takesNoBackendsFrameWithoutData) {
     capture_.AllocBuffer(ScriptedCapture::kBytes);
     EXPECT_EQ(capture_.Resize(nullptr, ScriptedCapture::kWidth * 4), 0U);
+    EXPECT_EQ(capture_.Resize(picture_.data(), 0), 0U) << "nor without a pitch";
+    EXPECT_TRUE(bufferIsFree());
+}
+
+TEST_F(FrameBuffer, takesABackendsFrameInTheWindowBufferNever) {
+    windowCapture_.AllocBuffer(ScriptedCapture::kBytes);
+    std::fill_n(windowCapture_.m_lpAppBuffer, ScriptedCapture::kBytes,
+                static_cast<unsigned char>(0x3C));
+    windowCapture_.Resize(picture_.data(), ScriptedCapture::kWidth * 4);
+    EXPECT_EQ(std::count(windowCapture_.m_lpAppBuffer,
+                         windowCapture_.m_lpAppBuffer + ScriptedCapture::kBytes, 0x3C),
+              ScriptedCapture::kBytes);
 }
 }  // namespace

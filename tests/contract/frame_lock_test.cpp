@@ -4,8 +4,10 @@
 
 #include <chrono>
 #include <future>
+#include <thread>
 
 #include "frame_buffer.h"
+#include "thread_watch.h"
 
 namespace {
 
@@ -28,7 +30,7 @@ TEST_F(FrameBuffer, isNotUnlockedForItsOwnerByAReaderOfNothing) {
     capture_.AllocBuffer(ScriptedCapture::kBytes);
     capture_.m_csBuffer.lock();
     std::async(std::launch::async, [this] { capture_.LockBuffer(); }).get();
-    EXPECT_FALSE(bufferIsFree());
+    EXPECT_TRUE(bufferIsHeld());
 }
 
 TEST_F(FrameBuffer, isHandedOutLocked) {
@@ -40,7 +42,7 @@ TEST_F(FrameBuffer, isHandedOutLocked) {
     EXPECT_EQ(data.dwDataLen, ScriptedCapture::kBytes);
     EXPECT_THAT(data.reserved1, testing::Each(0U));
     EXPECT_EQ(data.reserved2, 0U);
-    EXPECT_FALSE(bufferIsFree());
+    EXPECT_TRUE(bufferIsHeld());
 }
 
 TEST_F(FrameBuffer, isFreeAgainWhenUnlocked) {
@@ -62,9 +64,12 @@ TEST_F(FrameBuffer, hasTheScaledSize) {
 
 TEST_F(FrameBuffer, isNotHeldWhenThereIsAFrameAndNoBuffer) {
     capture_.OnCaptureSuccess();
+    const Journal journal(lockNames(capture_));
     const CAP_DESKTOP_DATA data = capture_.LockBuffer();
     EXPECT_EQ(data.pData, nullptr);
-    EXPECT_THAT(lock_recorder::ofThisThread(), testing::Contains(bufferUse("unlock")));
+    EXPECT_EQ(data.dwWidth, ScriptedCapture::kWidth);
+    EXPECT_EQ(data.dwDataLen, ScriptedCapture::kBytes);
+    EXPECT_THAT(journal.entries(), ElementsAre("memset_s(56, 56)", "lock buffer", "unlock buffer"));
     EXPECT_TRUE(bufferIsFree());
 }
 
@@ -75,6 +80,41 @@ TEST_F(FrameBuffer, isNotHandedOutWhileStopping) {
     EXPECT_THAT(trace_recorder::messages(),
                 ElementsAre(bufferMessage(2, "CCaptureBase::LockBuffer m_bStop == true.")));
     EXPECT_THAT(lock_recorder::ofThisThread(), IsEmpty());
+}
+
+TEST_F(FrameBuffer, isClearedFromTheRecordFirstThenLocked) {
+    fill();
+    {
+        const Journal journal(lockNames(capture_));
+        capture_.LockBuffer();
+        EXPECT_THAT(journal.entries(), ElementsAre("memset_s(56, 56)", "lock buffer"));
+    }
+    const Journal journal(lockNames(capture_));
+    capture_.UnlockBuffer();
+    EXPECT_THAT(journal.entries(), ElementsAre("unlock buffer"));
+}
+
+TEST_F(FrameBuffer, isLookedForAfterAStopIsLookedFor) {
+    capture_.m_bStop = true;
+    const Journal journal(lockNames(capture_));
+    capture_.LockBuffer();
+    EXPECT_THAT(journal.entries(), ElementsAre("memset_s(56, 56)",
+                                               "[KXAS] CCaptureBase::LockBuffer m_bStop == true."));
+}
+
+TEST_F(FrameBuffer, ofTheWindowIsNeverHandedOut) {
+    windowCapture_.AllocBuffer(ScriptedCapture::kBytes);
+    windowCapture_.OnCaptureSuccess();
+    EXPECT_EQ(windowCapture_.LockBuffer().pData, windowCapture_.m_lpBuffer);
+    windowCapture_.UnlockBuffer();
+}
+
+TEST_F(FrameBuffer, isUnlockedWithAnotherResultAfterAStop) {
+    fill();
+    capture_.StopCapture();
+    forgetEverything();
+    EXPECT_EQ(capture_.UnlockBuffer(), 0);
+    EXPECT_THAT(lock_recorder::ofThisThread(), ElementsAre(bufferUse("unlock"))) << "all the same";
 }
 
 TEST_F(FrameBuffer, isUnlockedWithAnotherResultWhileStopping) {
@@ -97,6 +137,53 @@ TEST_F(FrameBuffer, isNotWrittenWhileAReaderHoldsIt) {
     EXPECT_EQ(writer.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     capture_.UnlockBuffer();
     EXPECT_EQ(writer.wait_for(kBound), std::future_status::ready);
+}
+
+// The capture thread waits in its next frame for a reader that stops without unlocking.
+class ReaderThatStops : public FrameBuffer {
+  protected:
+    void SetUp() override {
+        FrameBuffer::SetUp();
+        capture_.init = [this] {
+            capture_.AllocBuffer(ScriptedCapture::kBytes);
+            return true;
+        };
+        capture_.capture = [this] {
+            return capture_.Resize(picture_.data(), ScriptedCapture::kWidth * 4) == 1;
+        };
+        capture_.unInit = [this] { capture_.DeallocBuffer(); };
+        ASSERT_EQ(capture_.StartCapture(), 0U);
+        ASSERT_TRUE(driven_time::awaitSleep());
+    }
+
+    // With the frame locked, lets the thread come to its next one.
+    void lockAndGoOn() {
+        ASSERT_NE(capture_.LockBuffer().pData, nullptr);
+        driven_time::wake();
+        for (int i = 0; i < 10000 && capture_.captureCalls < 2; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ASSERT_EQ(capture_.captureCalls, 2);
+    }
+};
+
+TEST_F(ReaderThatStops, cancelsTheThreadAndMayUnlockThen) {
+    lockAndGoOn();
+    driven_time::timeOutNextEventWait();
+    capture_.StopCapture();
+    EXPECT_EQ(thread_watch::cancelled(), 1U);
+    EXPECT_TRUE(thread_watch::awaitNone());
+    EXPECT_EQ(capture_.m_lpBuffer, nullptr);
+    EXPECT_EQ(capture_.UnlockBuffer(), 0) << "the thread could not take the stop for done";
+    EXPECT_TRUE(bufferIsFree());
+}
+
+TEST_F(ReaderThatStops, letsTheThreadEndByUnlockingFirst) {
+    lockAndGoOn();
+    EXPECT_EQ(capture_.UnlockBuffer(), 3);
+    capture_.StopCapture();
+    EXPECT_EQ(thread_watch::cancelled(), 0U);
+    EXPECT_EQ(capture_.UnlockBuffer(), 3) << "the thread took the stop for done";
 }
 
 }  // namespace

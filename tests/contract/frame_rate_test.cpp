@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "contract_test.h"
+#include "lock_recorder.h"
 #include "scripted_capture.h"
 
 namespace {
@@ -36,7 +37,7 @@ TEST_P(InvalidMaximum, changesNothing) {
                             error("CCaptureBase::SetMaxFrameRate... param nFrameRate invalid!")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, InvalidMaximum, testing::Values(0, -5));
+INSTANTIATE_TEST_SUITE_P(Values, InvalidMaximum, testing::Values(0, -1, -5, INT32_MIN));
 
 TEST_F(FrameRate, isNotRaisedByARaisedMaximum) {
     EXPECT_TRUE(capture_.SetMaxFrameRate(10));
@@ -60,6 +61,8 @@ TEST_F(FrameRate, isUpdatedUpToTheMaximum) {
 TEST_F(FrameRate, isLoweredByALowerMaximum) {
     EXPECT_TRUE(capture_.SetMaxFrameRate(2));
     EXPECT_EQ(capture_.GetCurFrameRate(), 2);
+    EXPECT_TRUE(capture_.SetMaxFrameRate(1)) << "the lowest there is";
+    EXPECT_EQ(capture_.GetCurFrameRate(), 1);
 }
 
 TEST_F(FrameRate, hasNoUpperBoundHere) {
@@ -77,28 +80,51 @@ TEST_F(FrameRate, maySinkToZero) {
     EXPECT_EQ(capture_.GetCurFrameRate(), 0);
 }
 
+TEST_F(FrameRate, isComparedAsAHugeNumberWithANegativeMaximum) {
+    capture_.m_nMaxFrameRate = -1;
+    EXPECT_TRUE(capture_.UpdateFrameRate(70000));
+    EXPECT_EQ(capture_.GetCurFrameRate(), 70000);
+}
+
+TEST_F(FrameRate, isComparedSignedWithANewMaximum) {
+    capture_.m_nCurFrameRate = -8;
+    EXPECT_TRUE(capture_.SetMaxFrameRate(5));
+    EXPECT_EQ(capture_.GetCurFrameRate(), -8);
+}
+
+TEST_F(FrameRate, changesWithoutAWordOfErrorOrALock) {
+    capture_.SetMaxFrameRate(12);
+    lock_recorder::forget();
+    trace_recorder::forget();
+    EXPECT_TRUE(capture_.UpdateFrameRate(11));
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CCaptureBase::UpdateFrameRate int, framerate: 11"),
+                            information("CCaptureBase::UpdateFrameRate out, framerate: 11")));
+    EXPECT_THAT(lock_recorder::ofThisThread(), IsEmpty());
+}
+
 struct Period {
-    unsigned int rate;
+    int rate;
     useconds_t milliseconds;
 };
 
 class FramePeriod : public FrameRate, public testing::WithParamInterface<Period> {};
 
 TEST_P(FramePeriod, followsFromTheRate) {
-    capture_.SetMaxFrameRate(1000);
-    capture_.UpdateFrameRate(GetParam().rate);
+    capture_.m_nCurFrameRate = GetParam().rate;
     capture_.StartCapture();
     driven_time::awaitSleep();
     runRounds(1);
     EXPECT_EQ(driven_time::awaitSleep(), GetParam().milliseconds * 1000);
 }
 
-INSTANTIATE_TEST_SUITE_P(Rates, FramePeriod,
-                         testing::Values(Period{0, 30}, Period{1, 1000}, Period{2, 500},
-                                         Period{3, 333}, Period{15, 66}, Period{25, 40},
-                                         Period{31, 32}, Period{32, 31}, Period{33, 30},
-                                         Period{34, 30}, Period{60, 30}, Period{100, 30},
-                                         Period{1000, 30}));
+INSTANTIATE_TEST_SUITE_P(
+    Rates, FramePeriod,
+    testing::Values(Period{0, 30}, Period{1, 1000}, Period{2, 500}, Period{3, 333}, Period{7, 142},
+                    Period{8, 125}, Period{11, 90}, Period{13, 76}, Period{15, 66}, Period{25, 40},
+                    Period{30, 33}, Period{31, 32}, Period{32, 31}, Period{33, 30}, Period{34, 30},
+                    Period{60, 30}, Period{100, 30}, Period{999, 30}, Period{1000, 30},
+                    Period{1001, 30}, Period{0x7FFFFFFF, 30}, Period{-1, 30}, Period{-40, 30}));
 
 TEST_F(FrameRate, theCalendarTickIsInMilliseconds) {
     scripted::setCalendarClock(12, 345678901);

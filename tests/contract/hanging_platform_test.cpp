@@ -7,24 +7,96 @@
 
 namespace {
 
+struct HangingCall {
+    const char* function;
+    bool cancellable;
+    bool withExclusions = false;
+    bool fails = false;  // when it comes back
+};
+
 // The host must live on when the platform does not answer, and so must the memory of what it freed.
-class HangingPlatform : public ContractTest, public testing::WithParamInterface<bool> {};
+class HangingPlatform : public ContractTest, public testing::WithParamInterface<HangingCall> {
+  protected:
+    // A thread that hangs in a cancellation point ends when it is cancelled; the other kind is
+    // waited for in vain as well.
+    static void stop(unsigned int index) {
+        driven_time::timeOutNextEventWait(GetParam().cancellable ? 1 : 2);
+        EXPECT_TRUE(CapMgr_StopCapture(index, 0));
+        EXPECT_EQ(thread_watch::cancelled(), 1U);
+        EXPECT_EQ(driven_time::eventWaits(), (std::vector<unsigned int>{3000, 200}));
+    }
+
+    // Lets the thread go on: it does nothing more with the capture, which is gone.
+    static void goOn() {
+        forgetEverything();
+        driven_time::runFreely();
+        scripted::letGo();
+        EXPECT_TRUE(thread_watch::awaitNone());
+        EXPECT_THAT(trace_recorder::messagesOfOtherThreads(), testing::IsEmpty());
+        for (const scripted::Call& call : scripted::calls()) {
+            EXPECT_THAT(call.text, testing::HasSubstr("Release")) << "it only gives back";
+        }
+    }
+};
 
 TEST_P(HangingPlatform, neverSeesTheFreedCaptureWhenItGoesOn) {
     const unsigned int index = startedCapture();
-    scripted::hang("CGWindowListCreateImage", GetParam());
+    scripted::showWindows({31, 7});
+    if (GetParam().withExclusions) {
+        CapMgr_SetExcludeWnd(index, window(7), CAP_EXC_WND_ADD);
+    }
+    if (GetParam().fails) {
+        scripted::fail(GetParam().function);
+    }
+    scripted::hang(GetParam().function, GetParam().cancellable);
     driven_time::wake();
     ASSERT_TRUE(scripted::awaitHang());
-    driven_time::timeOutNextEventWait();
-    EXPECT_TRUE(CapMgr_StopCapture(index, 0));
-    EXPECT_EQ(thread_watch::cancelled(), 1U);
-    forgetEverything();
-    driven_time::runFreely();
-    scripted::letGo();
-    EXPECT_TRUE(thread_watch::awaitNone());
-    EXPECT_THAT(trace_recorder::messagesOfOtherThreads(), testing::IsEmpty());
+    stop(index);
+    goOn();
 }
 
-INSTANTIATE_TEST_SUITE_P(Cancellable, HangingPlatform, testing::Bool(),
-                         [](const auto& instance) { return instance.param ? "yes" : "no"; });
+std::string callName(const testing::TestParamInfo<HangingCall>& instance) {
+    return std::string(instance.param.function) +
+           (instance.param.cancellable ? "Cancellable" : "NotCancellable") +
+           (instance.param.fails ? "Failing" : "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Frames, HangingPlatform,
+    testing::Values(HangingCall{"CGWindowListCreateImage", true},
+                    HangingCall{"CGWindowListCreateImage", false},
+                    HangingCall{"CGDataProviderCopyData", true},
+                    HangingCall{"CGDataProviderCopyData", false},
+                    HangingCall{"CGWindowListCreate", true, true},
+                    HangingCall{"CGWindowListCreate", false, true},
+                    HangingCall{"CGWindowListCreateImageFromArray", true, true},
+                    HangingCall{"CGWindowListCreateImageFromArray", false, true},
+                    HangingCall{"CGWindowListCreateImage", false, false, true},
+                    HangingCall{"CGDataProviderCopyData", false, false, true},
+                    HangingCall{"CGWindowListCreate", false, true, true},
+                    HangingCall{"CGWindowListCreateImageFromArray", false, true, true}),
+    callName);
+
+class HangingInit : public HangingPlatform {};
+
+TEST_P(HangingInit, neverSeesTheFreedCaptureWhenItGoesOn) {
+    if (GetParam().fails) {
+        scripted::fail(GetParam().function);
+    }
+    scripted::hang(GetParam().function, GetParam().cancellable);
+    const unsigned int index = CapMgr_GenerateCaptureIndex();
+    EXPECT_EQ(CapMgr_StartCapture(index, 0, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
+                                  PARALLEL_CAPTURE_MODE),
+              0U);
+    ASSERT_TRUE(scripted::awaitHang());
+    stop(index);
+    goOn();
+}
+
+INSTANTIATE_TEST_SUITE_P(Display, HangingInit,
+                         testing::Values(HangingCall{"CGDisplayCreateImage", true},
+                                         HangingCall{"CGDisplayCreateImage", false},
+                                         HangingCall{"CGDisplayCreateImage", false, false, true}),
+                         callName);
+
 }  // namespace

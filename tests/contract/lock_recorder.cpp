@@ -1,9 +1,12 @@
 #include "lock_recorder.h"
 
+#include <atomic>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 
+#include "journal.h"
 #include "next_definition.h"
 #include "vqutilc.h"
 
@@ -19,7 +22,10 @@ struct Record {
     }
 };
 
+std::atomic<bool> cleanupThrows{false};
+
 void record(const VQ_Critical_Section* section, const char* operation) {
+    Journal::noteLock(operation, section);
     const std::lock_guard<std::mutex> lock(Record::instance().mutex);
     Record::instance().uses.emplace_back(std::this_thread::get_id(), LockUse{section, operation});
 }
@@ -33,6 +39,10 @@ namespace lock_recorder {
 void forget() {
     const std::lock_guard<std::mutex> lock(Record::instance().mutex);
     Record::instance().uses.clear();
+}
+
+void throwAtNextCleanup() {
+    cleanupThrows = true;
 }
 
 std::vector<LockUse> ofThisThread() {
@@ -57,6 +67,9 @@ void VQ_Critical_Section::init() {
 void VQ_Critical_Section::cleanup() {
     static const auto next = nextDefinition<Operation>("_ZN19VQ_Critical_Section7cleanupEv");
     record(this, "cleanup");
+    if (cleanupThrows.exchange(false)) {
+        throw std::runtime_error("the cleanup of a lock fails");
+    }
     next(this);
 }
 

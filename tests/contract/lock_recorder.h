@@ -18,6 +18,9 @@ namespace lock_recorder {
 
 void forget();
 
+// The next cleanup throws in place of cleaning up.
+void throwAtNextCleanup();
+
 // What the calling thread did, in order.
 std::vector<LockUse> ofThisThread();
 

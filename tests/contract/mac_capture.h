@@ -14,8 +14,21 @@
 class VisibleCapture : public CCaptureMac {
   public:
     using CCaptureMac::CCaptureMac;
+    using CCaptureMac::m_csBuffer;
+    using CCaptureMac::m_csExcludeWnd;
+    using CCaptureMac::m_eCapMethod;
+    using CCaptureMac::m_eCapType;
     using CCaptureMac::m_lpBuffer;
     using CCaptureMac::m_nbufSize;
+    using CCaptureMac::m_rcCapture;
+
+    // In declaration order.
+    using CCaptureMac::m_bRowsAligned;
+    using CCaptureMac::m_dwDisplayID;
+    using CCaptureMac::m_nBytesPerRow;
+    using CCaptureMac::m_nCaptureHeight;
+    using CCaptureMac::m_nCaptureWidth;
+    using CCaptureMac::m_pRowBuffer;
 };
 
 class MacCapture : public ContractTest {
@@ -37,6 +50,22 @@ class MacCapture : public ContractTest {
 
     std::vector<unsigned char> buffer() const {
         return {capture_->m_lpBuffer, capture_->m_lpBuffer + capture_->m_nbufSize};
+    }
+
+    // Whether every byte of the frame buffer is this one.
+    bool bufferIsAll(unsigned char byte) const {
+        unsigned char* const end = capture_->m_lpBuffer + capture_->m_nbufSize;
+        return capture_->m_nbufSize != 0 &&
+               std::all_of(capture_->m_lpBuffer, end,
+                           [byte](unsigned char b) { return b == byte; });
+    }
+
+    static std::vector<std::string> platformCalls() {
+        std::vector<std::string> texts;
+        for (const scripted::Call& call : scripted::calls()) {
+            texts.push_back(call.text);
+        }
+        return texts;
     }
 
     // What the main display shows, packed.

@@ -140,6 +140,28 @@ TEST_F(MonitorFunctions, fitTheLongestNameIntoTheRecord) {
     EXPECT_EQ(info.cstrName[MAX_MONITOR_NAME_LEN - 1], '\0');
 }
 
+// Bytes are counted, not characters: the last one may be cut in two.
+TEST_F(MonitorFunctions, cutALongNameOfTwoByteCharacters) {
+    std::string name;
+    while (name.size() < 200) {
+        name += "\xC3\xBC";
+    }
+    scripted::change(kMain, [&](scripted::Display& d) { d.names = {{"en_US", name}}; });
+    scripted::leaveCutText();
+    CAP_MONITOR_INFO info = dirtyRecord();
+    ASSERT_TRUE(CapMgr_GetMonitorInfo(0, &info));
+    EXPECT_EQ(std::string(info.cstrName), name.substr(0, 63));
+    EXPECT_EQ(info.cstrName[63], '\0');
+}
+
+// The whole record is cleared: what is behind a short name is zero.
+TEST_F(MonitorFunctions, leaveNothingBehindAShortName) {
+    CAP_MONITOR_INFO info = dirtyRecord();
+    ASSERT_TRUE(CapMgr_GetMonitorInfo(0, &info));
+    const std::string whole(info.cstrName, sizeof info.cstrName);
+    EXPECT_EQ(whole, "Panel 722" + std::string(55, '\0'));
+}
+
 class LongName : public MonitorFunctions, public testing::WithParamInterface<size_t> {};
 
 TEST_P(LongName, isCutTo63CharactersAndEnded) {
@@ -196,6 +218,48 @@ TEST_F(MonitorFunctions, haveNoPrimaryWithoutADisplay) {
         trace_recorder::messages(),
         ElementsAre(error("CapMgr_GetPrimaryMonitorIndex().. fail, return default value 0!")));
 }
+
+// What was taken once stays, what is asked of the mode is gone with it.
+TEST_F(MonitorFunctions, describeADisplayThatIsGone) {
+    plugInSecond();
+    makeManager();
+    scripted::unplug(kSecond);
+    CAP_MONITOR_INFO info = dirtyRecord();
+    ASSERT_TRUE(CapMgr_GetMonitorInfo(1, &info));
+    EXPECT_STREQ(info.cstrName, "Panel 69");
+    EXPECT_EQ(info.rcMonitor.right, 87);
+    EXPECT_EQ(info.dwFrequency, 0U);
+    EXPECT_EQ(info.dwBitsPerPixel, 0U);
+}
+
+class FailingPlatformCall : public MonitorFunctions,
+                            public testing::WithParamInterface<const char*> {};
+
+TEST_P(FailingPlatformCall, leavesAMonitorThatCanBeDescribedAndStarted) {
+    scripted::fail(GetParam());
+    EXPECT_EQ(CapMgr_GetMonitorCount(), 1U);
+    CAP_MONITOR_INFO info = dirtyRecord();
+    EXPECT_TRUE(CapMgr_GetMonitorInfo(0, &info));
+    const unsigned int index = CapMgr_GenerateCaptureIndex();
+    EXPECT_EQ(CapMgr_StartCapture(index, 0, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
+                                  PARALLEL_CAPTURE_MODE),
+              0U);
+    EXPECT_TRUE(CapMgr_StopCapture(index, 0));
+    EXPECT_EQ(CapMgr_GetMonitorCount(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Functions, FailingPlatformCall,
+                         testing::Values("CGDisplayIOServicePort", "IODisplayCreateInfoDictionary",
+                                         "CFDictionaryGetValue", "CFArrayCreateMutable",
+                                         "CFDictionaryApplyFunction", "CFArrayAppendValue",
+                                         "CFBundleCopyPreferredLocalizationsFromArray",
+                                         "CFArrayGetCount", "CFStringGetCString", "CGDisplayBounds",
+                                         "CGDisplayCopyDisplayMode", "CGDisplayModeGetPixelWidth",
+                                         "CGDisplayModeGetPixelHeight", "CGDisplayModeGetWidth",
+                                         "CGDisplayModeGetHeight", "CGDisplayIsMain",
+                                         "CGDisplayModeCopyPixelEncoding", "CFStringCompare",
+                                         "CGDisplayModeGetRefreshRate"),
+                         [](const auto& instance) { return std::string(instance.param); });
 
 class Reenumeration : public MonitorFunctions, public testing::WithParamInterface<void (*)()> {};
 

@@ -1,10 +1,14 @@
 // CMonitorManager: the list of displays.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <algorithm>
 
 #include "Monitor.h"
 #include "MonitorManager.h"
 #include "contract_test.h"
+#include "journal.h"
 #include "lock_recorder.h"
 
 namespace {
@@ -15,6 +19,22 @@ using testing::IsEmpty;
 class MonitorManager : public ContractTest {
   protected:
     static CMonitorManager& manager() { return *CMonitorManager::GetInstance(); }
+
+    // Monitors and captures made, replaced and left to the manager's end.
+    static void liveOnce() {
+        trace_recorder::setLevel(-1);
+        manager().CreateMonitor(40, 30, 32);
+        manager().UpdateMonitor();
+        for (int i = 0; i < 2; ++i) {
+            const unsigned int index = manager().GenerateCaptureIndex();
+            manager().PushPresetExcludeWnd(index, window(3));
+            for (const CAP_TYPE type : {CAP_TYPE_DESKTOP, CAP_TYPE_APP_WINDOW}) {
+                manager().AddCaptureInstance(index, 0, CAP_METHOD_COREGRAPHICS, type, 0,
+                                             PARALLEL_CAPTURE_MODE);
+            }
+        }
+        CMonitorManager::DeleteInstance();
+    }
 };
 
 TEST_F(MonitorManager, isOneForAll) {
@@ -43,6 +63,51 @@ TEST_F(MonitorManager, initialisesItsLockAndNeverTakesIt) {
     ASSERT_EQ(uses.size(), 2U);
     EXPECT_EQ(uses[0].operation, "init");
     EXPECT_EQ(uses[1], (LockUse{uses[0].section, "cleanup"}));
+}
+
+TEST_F(MonitorManager, initialisesItsLockAfterTheFirstEnumeration) {
+    const Journal journal;
+    manager();
+    const std::vector<std::string>& entries = journal.entries();
+    ASSERT_GE(entries.size(), 2U);
+    EXPECT_EQ(entries[entries.size() - 2], "[KXSC] CMonitorManager::UpdateMonitors... End");
+    EXPECT_EQ(entries.back(), "init other lock");
+    EXPECT_EQ(std::count(entries.begin(), entries.end(), "init other lock"), 1);
+}
+
+// Monitors say nothing when they go; the lock is cleaned up after the captures.
+TEST_F(MonitorManager, cleansItsLockUpLast) {
+    manager().AddCaptureInstance(manager().GenerateCaptureIndex(), 0, CAP_METHOD_COREGRAPHICS,
+                                 CAP_TYPE_DESKTOP, 0, PARALLEL_CAPTURE_MODE);
+    const Journal journal;
+    CMonitorManager::DeleteInstance();
+    ASSERT_FALSE(journal.entries().empty());
+    EXPECT_EQ(journal.entries().front(), "[KXSC] CCaptureMac::~CCaptureMac()... Begin");
+    EXPECT_EQ(journal.entries().back(), "cleanup other lock");
+}
+
+TEST_F(MonitorManager, swallowsWhatACleanupThrows) {
+    manager();
+    lock_recorder::throwAtNextCleanup();
+    EXPECT_NO_THROW(CMonitorManager::DeleteInstance());
+    EXPECT_EQ(manager().GetCount(), 1U);
+}
+
+// What one life of the manager left behind would add up to more than the bound. Where the
+// allocator is a sanitizer's, it does the looking.
+TEST_F(MonitorManager, leavesNoMemoryBehind) {
+    const auto lives = [this](int count) {
+        for (int life = 0; life < count; ++life) {
+            liveOnce();
+            ContractTest::TearDown();
+            ContractTest::SetUp();
+        }
+    };
+    constexpr size_t kBound = 4096;
+    lives(3);  // until the recorders have the memory that they need
+    const size_t before = mallinfo2().uordblks;
+    lives(60);
+    EXPECT_LT(mallinfo2().uordblks, before + kBound);
 }
 
 TEST_F(MonitorManager, keepsThePlatformsOrder) {
@@ -88,6 +153,23 @@ TEST_F(MonitorManager, asksForTheCountThenForTheDisplays) {
     EXPECT_THAT(
         scripted::callsOf({"CGGetActiveDisplayList"}),
         ElementsAre("CGGetActiveDisplayList(0, null, out)", "CGGetActiveDisplayList(2, out, out)"));
+}
+
+TEST_F(MonitorManager, hasOnlyTheDisplaysOfTheSecondCall) {
+    plugInSecond();
+    scripted::whenCalled(
+        "CGGetActiveDisplayList", [] { scripted::unplug(kMain); }, 1);
+    ASSERT_EQ(manager().GetCount(), 1U);
+    EXPECT_EQ(manager().GetMonitor(0)->GetDisplayID(), kSecond);
+    EXPECT_THAT(
+        scripted::callsOf({"CGGetActiveDisplayList"}),
+        ElementsAre("CGGetActiveDisplayList(0, null, out)", "CGGetActiveDisplayList(2, out, out)"));
+}
+
+TEST_F(MonitorManager, hasNoMoreDisplaysThanItAskedFor) {
+    scripted::whenCalled("CGGetActiveDisplayList", plugInSecond, 1);
+    ASSERT_EQ(manager().GetCount(), 1U);
+    EXPECT_EQ(manager().GetMonitor(0)->GetDisplayID(), kMain);
 }
 
 TEST_F(MonitorManager, isEmptyWithoutADisplay) {
@@ -162,6 +244,17 @@ TEST_F(MonitorManager, losesVirtualMonitorsInAnUpdate) {
     EXPECT_EQ(manager().GetCount(), 1U);
 }
 
+TEST_F(MonitorManager, leavesNoOldMonitorWhenDisplaysGoOneByOne) {
+    plugInSecond();
+    ASSERT_EQ(manager().GetCount(), 2U);
+    scripted::unplug(kMain);
+    manager().UpdateMonitor();
+    ASSERT_EQ(manager().GetCount(), 1U);
+    EXPECT_EQ(manager().GetMonitor(0)->GetIndex(), 0U);
+    EXPECT_EQ(manager().GetMonitor(0)->GetDisplayID(), kSecond);
+    EXPECT_EQ(manager().GetPrimaryMonitor(), nullptr);
+}
+
 TEST_F(MonitorManager, updatesWhenToldOfAChange) {
     manager().CreateMonitor(1920, 1080, 32);
     trace_recorder::forget();
@@ -185,8 +278,9 @@ TEST_F(MonitorManager, hasNoMonitorAtTheCount) {
     manager();
     trace_recorder::forget();
     EXPECT_EQ(manager().GetMonitor(1), nullptr);
-    EXPECT_THAT(trace_recorder::messages(),
-                ElementsAre(information("CMonitorManager::GetMonitor..m_vec_monitor.size() = 1")));
+    EXPECT_EQ(manager().GetMonitor(4294967295U), nullptr);
+    const Message count = information("CMonitorManager::GetMonitor..m_vec_monitor.size() = 1");
+    EXPECT_THAT(trace_recorder::messages(), ElementsAre(count, count));
 }
 
 TEST_F(MonitorManager, findsThePrimaryAndTheFirstOther) {
@@ -198,6 +292,15 @@ TEST_F(MonitorManager, findsThePrimaryAndTheFirstOther) {
     scripted::plugIn(scripted::makeDisplay(3, 60, 0, 50, 40));
     EXPECT_EQ(manager().GetPrimaryMonitor(), manager().GetMonitor(1));
     EXPECT_EQ(manager().GetSecondaryMonitor(), manager().GetMonitor(0));
+}
+
+// Mirrored displays may both be main.
+TEST_F(MonitorManager, takesTheFirstOfTwoMainDisplaysForThePrimary) {
+    scripted::Display mirror = scripted::makeDisplay(2, 0, 0, 60, 40);
+    mirror.main = true;
+    scripted::plugIn(mirror);
+    EXPECT_EQ(manager().GetPrimaryMonitor(), manager().GetMonitor(0));
+    EXPECT_EQ(manager().GetSecondaryMonitor(), nullptr);
 }
 
 TEST_F(MonitorManager, hasNoSecondaryWithOneDisplay) {

@@ -8,7 +8,6 @@
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -27,12 +26,6 @@ class Monitor : public ContractTest {
     static void setMode(const std::function<void(scripted::Mode&)>& edit) {
         setMain([&](scripted::Display& display) { edit(*display.mode); });
     }
-
-    static void nameMain(std::vector<scripted::ProductName> names) {
-        setMain([&](scripted::Display& display) { display.names = std::move(names); });
-    }
-
-    static std::string mainName() { return CMonitor(kMain, 0).GetName(); }
 };
 
 MATCHER_P4(IsRect, left, top, right, bottom, "") {
@@ -52,6 +45,11 @@ TEST_F(Monitor, losesItsOriginWhenScaled) {
     EXPECT_THAT(rectOf(CMonitor(kMain, 0)), IsRect(0, 0, 2880, 1800));
 }
 
+TEST_F(Monitor, losesItsOriginWhenOnlyTheWidthIsScaled) {
+    setMode([](scripted::Mode& mode) { mode.pixelWidth = 160; });
+    EXPECT_THAT(rectOf(CMonitor(kMain, 0)), IsRect(0, 0, 160, 91));
+}
+
 TEST_F(Monitor, losesItsOriginWhenOnlyTheHeightIsScaled) {
     setMode([](scripted::Mode& mode) { mode.pixelHeight = 92; });
     EXPECT_THAT(rectOf(CMonitor(kMain, 0)), IsRect(0, 0, 161, 92));
@@ -59,7 +57,14 @@ TEST_F(Monitor, losesItsOriginWhenOnlyTheHeightIsScaled) {
 
 TEST_F(Monitor, withoutAModeHasAnEmptyRectangle) {
     setMain([](scripted::Display& display) { display.mode.reset(); });
-    EXPECT_THAT(rectOf(CMonitor(kMain, 0)), IsRect(0, 0, 0, 0));
+    const CMonitor monitor(kMain, 0);
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CMonitor::CMonitor()... index=0, displayID=722, "
+                                        "Monitor=[-161:-45,161,91], Pixel=[0,0]")));
+    EXPECT_THAT(rectOf(monitor), IsRect(0, 0, 0, 0));
+    EXPECT_THAT(scripted::callsOf({"CGDisplayModeGetPixelWidth", "CGDisplayModeGetPixelHeight"}),
+                IsEmpty())
+        << "of no mode";
 }
 
 // Left is cut to -1 before the width is added: -1.7 + 161 would end at 159.
@@ -68,10 +73,23 @@ TEST_F(Monitor, cutsItsOriginBeforeItAddsTheSize) {
     EXPECT_THAT(rectOf(CMonitor(kMain, 0)), IsRect(-1, -2, 160, 89));
 }
 
-TEST_F(Monitor, takesItsRectangleOnce) {
+// Half a point of the size is cut from the sum of it and the origin.
+TEST_F(Monitor, cutsItsRightAndBottom) {
+    scripted::moveTo(kMain, 10.9, 20.9);
+    setMain([](scripted::Display& display) { display.bounds.size = {161.5, 91.5}; });
+    EXPECT_THAT(rectOf(CMonitor(kMain, 0)), IsRect(10, 20, 171, 111));
+}
+
+TEST_F(Monitor, takesRectangleNameAndPrimacyOnce) {
     const CMonitor monitor(kMain, 0);
     scripted::moveTo(kMain, 400, 500);
+    setMain([](scripted::Display& display) {
+        display.names = {{"en_US", "Other"}};
+        display.main = false;
+    });
     EXPECT_THAT(rectOf(monitor), IsRect(-161, -45, 0, 46));
+    EXPECT_EQ(monitor.GetName(), "Panel 722");
+    EXPECT_TRUE(monitor.IsPrimaryMonitor());
 }
 
 TEST_F(Monitor, tracesItsRectangleWhenAsked) {
@@ -127,78 +145,6 @@ TEST_F(Monitor, asksThePlatformInOrder) {
                     "CGDisplayIsMain(722)"));
 }
 
-// Names.
-
-TEST_F(Monitor, hasTheNameOfThePreferredLocale) {
-    nameMain({{"de_DE", "Bildschirm"},
-              {"en_US", "Screen"},
-              {"fr_FR",
-               "\xC3\x89"
-               "cran"}});
-    scripted::preferLocales({"ja_JP", "fr_FR", "en_US"});
-    EXPECT_EQ(mainName(),
-              "\xC3\x89"
-              "cran");
-}
-
-TEST_F(Monitor, hasTheLongestNameThatFits) {
-    const std::string longest(62, 'n');
-    nameMain({{"en_US", longest}});
-    EXPECT_EQ(mainName(), longest);
-}
-
-class NameThatDoesNotFit : public Monitor, public testing::WithParamInterface<size_t> {};
-
-TEST_P(NameThatDoesNotFit, isEmpty) {
-    nameMain({{"en_US", std::string(GetParam(), 'n')}});
-    EXPECT_EQ(mainName(), "");
-}
-
-INSTANTIATE_TEST_SUITE_P(Lengths, NameThatDoesNotFit, testing::Values(63, 64, 200));
-
-// The platform is told of one byte less than there is, so that what it leaves is always ended.
-TEST_F(Monitor, hasWhatTheConversionLeavesOfALongName) {
-    nameMain({{"en_US", std::string(63, 'n') + "rest"}});
-    scripted::leaveCutText();
-    EXPECT_EQ(mainName(), std::string(63, 'n'));
-}
-
-struct Namelessness {
-    const char* name;
-    std::function<void(scripted::Display&)> edit;
-    const char* failingCall;
-};
-
-class WithoutAName : public Monitor, public testing::WithParamInterface<Namelessness> {};
-
-TEST_P(WithoutAName, isEmptyAndReleasesEverything) {
-    if (GetParam().edit) {
-        setMain(GetParam().edit);
-    }
-    if (GetParam().failingCall != nullptr) {
-        scripted::fail(GetParam().failingCall);
-    }
-    EXPECT_EQ(mainName(), "");
-    EXPECT_THAT(scripted::leaks(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Reasons, WithoutAName,
-    testing::Values(
-        Namelessness{"noInformation", [](scripted::Display& d) { d.hasInformation = false; },
-                     nullptr},
-        Namelessness{"noNames", [](scripted::Display& d) { d.hasProductNames = false; }, nullptr},
-        Namelessness{"noLocales", [](scripted::Display& d) { d.names.clear(); }, nullptr},
-        Namelessness{"noPreferredLocales", nullptr, "CFBundleCopyPreferredLocalizationsFromArray"},
-        Namelessness{"noService", nullptr, "CGDisplayIOServicePort"},
-        Namelessness{"notConverted", nullptr, "CFStringGetCString"}),
-    [](const auto& instance) { return instance.param.name; });
-
-TEST_F(Monitor, hasNoNameWhenNoLocaleIsPreferred) {
-    scripted::preferLocales({});
-    EXPECT_EQ(mainName(), "");
-}
-
 // Getters that ask for the current mode.
 
 TEST_F(Monitor, hasTheModesSizeInPoints) {
@@ -217,14 +163,22 @@ TEST_F(Monitor, readsTheModeAnewOnEveryCall) {
     EXPECT_EQ(monitor.GetDisplayFrequency(), 75U);
 }
 
-TEST_F(Monitor, cutsTheRefreshRate) {
-    EXPECT_EQ(CMonitor(kMain, 0).GetDisplayFrequency(), 59U);
+struct RefreshRate {
+    double reported;
+    uint32_t frequency;
+};
+
+class Frequency : public Monitor, public testing::WithParamInterface<RefreshRate> {};
+
+TEST_P(Frequency, isTheRefreshRateCut) {
+    setMode([](scripted::Mode& mode) { mode.refreshRate = GetParam().reported; });
+    EXPECT_EQ(CMonitor(kMain, 0).GetDisplayFrequency(), GetParam().frequency);
 }
 
-TEST_F(Monitor, hasNoFrequencyWhenTheDisplayReportsNone) {
-    setMode([](scripted::Mode& mode) { mode.refreshRate = 0; });
-    EXPECT_EQ(CMonitor(kMain, 0).GetDisplayFrequency(), 0U);
-}
+INSTANTIATE_TEST_SUITE_P(Rates, Frequency,
+                         testing::Values(RefreshRate{0, 0}, RefreshRate{0.99, 0},
+                                         RefreshRate{59.94, 59}, RefreshRate{60, 60},
+                                         RefreshRate{119.999, 119}));
 
 TEST_F(Monitor, withoutAModeKnowsNothing) {
     const CMonitor monitor(kMain, 0);
@@ -273,14 +227,25 @@ INSTANTIATE_TEST_SUITE_P(Known, PixelEncoding,
                                          Depth{"-rrrrrGGGGGbbbbb", 16}, Depth{"PPPPPPPP", 8},
                                          Depth{"pppppppp", 8}));
 
-TEST_F(Monitor, refusesAnOddPixelEncoding) {
-    setMode([](scripted::Mode& mode) { mode.pixelEncoding = "--RRRRRRRRRRGGGGGGGGGGBBBBBBBBBB"; });
-    EXPECT_EQ(CMonitor(kMain, 0).GetBitsPerPixel(), 0U);
+class OddPixelEncoding : public Monitor, public testing::WithParamInterface<const char*> {};
+
+TEST_P(OddPixelEncoding, hasNoDepthAndIsTraced) {
+    setMode([](scripted::Mode& mode) { mode.pixelEncoding = GetParam(); });
+    const CMonitor monitor(kMain, 0);
+    trace_recorder::forget();
+    EXPECT_EQ(monitor.GetBitsPerPixel(), 0U);
     EXPECT_THAT(trace_recorder::messages(),
-                Contains(error("CMonitor::GetBitsPerPixel()... "
-                               "CGDisplayModeCopyPixelEncoding failed!")));
+                ElementsAre(error("CMonitor::GetBitsPerPixel()... "
+                                  "CGDisplayModeCopyPixelEncoding failed!")));
     EXPECT_THAT(scripted::leaks(), IsEmpty());
 }
+
+INSTANTIATE_TEST_SUITE_P(Encodings, OddPixelEncoding,
+                         testing::Values("", "P", "PPPPPPPPP", "RRRRRGGGGGGBBBBB",
+                                         "-RRRRRGGGGGBBBBB-", "--RRRRRRRRRRGGGGGGGGGGBBBBBBBBBB",
+                                         "-------RRRRRRRRGGGGGGGGBBBBBBBB",
+                                         "--------BBBBBBBBGGGGGGGGRRRRRRRR", "--16SR16",
+                                         "\xC3\xA9"));
 
 TEST_F(Monitor, withoutAPixelEncodingHasNoDepthAndNoTrace) {
     setMode([](scripted::Mode& mode) { mode.pixelEncoding.reset(); });
@@ -318,6 +283,18 @@ TEST_F(Monitor, virtuallyIsWhatItWasMadeAs) {
     EXPECT_EQ(monitor.GetName(), "");
     EXPECT_EQ(monitor.GetDisplayID(), 0U);
     EXPECT_EQ(monitor.GetIndex(), 3U);
+}
+
+TEST_F(Monitor, virtuallyAsksThePlatformForNothing) {
+    const CMonitor monitor(1, -1280, -720, 4294967295U);
+    EXPECT_THAT(rectOf(monitor), IsRect(0, 0, -1280, -720));
+    EXPECT_THAT(scripted::calls(), IsEmpty());
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(information("CMonitor::CMonitor m_dwIndex = 1, "
+                                        "m_rcMonitor.right = -1280, m_rcMonitor.bottom = -720, "
+                                        "m_nBitCount = 4294967295"),
+                            information(" CMonitor::GetMonitorRect rect.left = 0, rect.top = 0, "
+                                        "rect.right = -1280, rect.bottom = -720")));
 }
 
 TEST_F(Monitor, virtuallyHasNoMode) {

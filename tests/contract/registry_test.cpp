@@ -6,6 +6,8 @@
 #include "Monitor.h"
 #include "MonitorManager.h"
 #include "contract_test.h"
+#include "scripted_capture.h"
+#include "thread_watch.h"
 
 namespace {
 
@@ -77,6 +79,26 @@ TEST_F(Registry, keepsAnObjectOfTheSameKind) {
     EXPECT_EQ(capture(), first);
     EXPECT_THAT(trace_recorder::messagesOfLevel(0), ElementsAre(kExisting));
     EXPECT_EQ(trace_recorder::count("[KXSC] CCaptureBase::SetCaptureMode end."), 0U);
+}
+
+// Neither starts the object nor hands it what is stored; the start does both.
+TEST_F(Registry, makesAnObjectAndLeavesItAlone) {
+    CapMgr_SetMaxFrameRate(index_, 7);
+    CapMgr_SetCaptureFrameSize(index_, {4, 3});
+    ASSERT_TRUE(add(4, 1, 4294967295U));
+    EXPECT_EQ(thread_watch::created(), 0U);
+    EXPECT_EQ(capture()->GetMaxFrameRate(), 3);
+    EXPECT_EQ(capture()->GetCustomVersion(), 4294967295U);
+    EXPECT_EQ(capture()->GetCapType(), CAP_TYPE_APP_WINDOW);
+    EXPECT_EQ(capture()->GetCaptureMode(), PARALLEL_CAPTURE_MODE);
+    EXPECT_EQ(manager().GetCaptureMgr(index_)->dwMaxFrameRate, 7U);
+}
+
+TEST_F(Registry, makesTheObjectOfTheMonitorAsked) {
+    plugInSecond();
+    manager().UpdateMonitor();
+    ASSERT_TRUE(add(4, 0, 0, 1));
+    EXPECT_EQ(capture()->GetMonitorIndex(), 1U);
 }
 
 TEST_F(Registry, tracesAnAddition) {
@@ -196,13 +218,29 @@ TEST_F(Registry, refusesAnUnknownIndexAfterTheMonitorWasFound) {
                     error("CMonitorManager::AddCaptureInstance()... GetCaptureMgr failed!")));
 }
 
-TEST_F(Registry, enumeratesAnewWhenTheDisplaysSizeChanged) {
-    scripted::resize(kMain, 100, 50);
+class ChangedSize : public Registry, public testing::WithParamInterface<CAP_SIZE> {};
+
+TEST_P(ChangedSize, isFoundByAFreshEnumeration) {
+    scripted::resize(kMain, GetParam().dwWidth, GetParam().dwHeight);
     ASSERT_TRUE(add());
     EXPECT_EQ(scripted::countCalls("CGGetActiveDisplayList"), 2U);
     tagCaptureRect rect{};
     manager().GetMonitor(0)->GetMonitorRect(rect);
-    EXPECT_EQ(rect.right - rect.left, 100);
+    EXPECT_EQ(rect.right - rect.left, static_cast<int>(GetParam().dwWidth));
+    EXPECT_EQ(rect.bottom - rect.top, static_cast<int>(GetParam().dwHeight));
+    EXPECT_THAT(trace_recorder::messagesOfLevel(0), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, ChangedSize,
+                         testing::Values(CAP_SIZE{100, 50}, CAP_SIZE{162, 91}, CAP_SIZE{160, 91},
+                                         CAP_SIZE{161, 92}, CAP_SIZE{161, 90}));
+
+// The rectangle taken anew is not compared again: one enumeration, whatever changes in it.
+TEST_F(Registry, enumeratesOnceWhenTheSizeGoesOnChanging) {
+    scripted::resize(kMain, 100, 50);
+    scripted::whenCalled("CGDisplayIsMain", [] { scripted::resize(kMain, 90, 40); });
+    ASSERT_TRUE(add());
+    EXPECT_EQ(scripted::countCalls("CGGetActiveDisplayList"), 2U);
 }
 
 TEST_F(Registry, doesNotEnumerateWhenNothingChanged) {
@@ -234,6 +272,34 @@ TEST_F(Registry, findsNoIndexOfANullObject) {
                                   "index failed!")));
 }
 
+TEST_F(Registry, findsNoIndexOfAnObjectThatItDoesNotHold) {
+    const ScriptedCapture stranger;
+    ASSERT_TRUE(add());
+    trace_recorder::forget();
+    EXPECT_EQ(manager().GetCaptureIndexFromInstance(&stranger), 0xFFFFFFFFU);
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(error("CMonitorManager::GetCaptureIndexFromInstance... Get capture "
+                                  "index failed!")));
+}
+
+TEST_F(Registry, findsTheLowestIndexOfAnObjectAndSaysNothing) {
+    manager().GenerateCaptureIndex();
+    manager().GenerateCaptureIndex();
+    ScriptedCapture shared;
+    manager().GetCaptureMgr(1)->pCapture = &shared;
+    manager().GetCaptureMgr(2)->pCapture = &shared;
+    trace_recorder::forget();
+    EXPECT_EQ(manager().GetCaptureIndexFromInstance(&shared), 1U);
+    EXPECT_THAT(trace_recorder::messages(), IsEmpty());
+    manager().GetCaptureMgr(1)->pCapture = nullptr;
+    manager().GetCaptureMgr(2)->pCapture = nullptr;
+}
+
+TEST_F(Registry, deletesNothingOfARecordWithoutAnObject) {
+    manager().DeleteCaptureInstance(index_);
+    EXPECT_THAT(trace_recorder::messages(), IsEmpty());
+}
+
 TEST_F(Registry, keepsTheRecordOfADeletedObject) {
     manager().PushPresetExcludeWnd(index_, window(3));
     ASSERT_TRUE(add());
@@ -254,56 +320,6 @@ TEST_F(Registry, goesOnCountingWhenCleared) {
     trace_recorder::setLevel(-1);
     EXPECT_EQ(manager().GetCaptureMgr(index_), nullptr);
     EXPECT_EQ(manager().GenerateCaptureIndex(), 1U);
-}
-
-// Windows left out before a start.
-
-TEST_F(Registry, keepsAPresetWindowOnce) {
-    manager().PushPresetExcludeWnd(index_, window(3));
-    manager().PushPresetExcludeWnd(index_, window(8));
-    manager().PushPresetExcludeWnd(index_, window(3));
-    EXPECT_THAT(manager().GetCaptureMgr(index_)->vecPresetExcludeWnd,
-                ElementsAre(window(3), window(8)));
-    EXPECT_TRUE(manager().IsPresetExcludeWnd(index_, window(8)));
-}
-
-TEST_F(Registry, erasesAPresetWindowAndKeepsTheOrderOfTheRest) {
-    for (const uintptr_t number : {3U, 8U, 5U}) {
-        manager().PushPresetExcludeWnd(index_, window(number));
-    }
-    manager().ErasePresetExcludeWnd(index_, window(8));
-    manager().ErasePresetExcludeWnd(index_, window(99));
-    EXPECT_THAT(manager().GetCaptureMgr(index_)->vecPresetExcludeWnd,
-                ElementsAre(window(3), window(5)));
-    EXPECT_FALSE(manager().IsPresetExcludeWnd(index_, window(8)));
-}
-
-TEST_F(Registry, isEmptyAfterAPresetWindowWasPushedTwiceAndErasedOnce) {
-    manager().PushPresetExcludeWnd(index_, window(3));
-    manager().PushPresetExcludeWnd(index_, window(3));
-    manager().ErasePresetExcludeWnd(index_, window(3));
-    EXPECT_THAT(manager().GetCaptureMgr(index_)->vecPresetExcludeWnd, IsEmpty());
-}
-
-TEST_F(Registry, clearsPresetWindows) {
-    manager().PushPresetExcludeWnd(index_, window(3));
-    manager().ClearPresetExcludeWnds(index_);
-    EXPECT_THAT(manager().GetCaptureMgr(index_)->vecPresetExcludeWnd, IsEmpty());
-}
-
-TEST_F(Registry, tracesPresetOperationsOnAnUnknownIndexTwice) {
-    EXPECT_FALSE(manager().IsPresetExcludeWnd(5, window(1)));
-    manager().PushPresetExcludeWnd(5, window(1));
-    manager().ErasePresetExcludeWnd(5, window(1));
-    manager().ClearPresetExcludeWnds(5);
-    const auto second = [](const std::string& operation) {
-        return error("CMonitorManager::" + operation + "... param dwCaptureIndex invalid");
-    };
-    EXPECT_THAT(
-        trace_recorder::messages(),
-        ElementsAre(kUnknownRecord, second("IsPresetExcludeWnd"), kUnknownRecord,
-                    second("PushPresetExcludeWnd"), kUnknownRecord, second("ErasePresetExcludeWnd"),
-                    kUnknownRecord, second("ClearPresetExcludeWnds")));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "journal.h"
 #include "kxcommon64.h"
 #include "next_definition.h"
 
@@ -21,8 +22,10 @@ template <typename... Sizes>
 void record(const char* function, Sizes... sizes) {
     std::string list;
     ((list += (list.empty() ? "" : ", ") + std::to_string(sizes)), ...);
+    const std::string call = std::string(function) + "(" + list + ")";
+    Journal::note(call);
     const std::lock_guard<std::mutex> lock(Record::instance().mutex);
-    Record::instance().calls.push_back(std::string(function) + "(" + list + ")");
+    Record::instance().calls.push_back(call);
 }
 
 }  // namespace

@@ -47,6 +47,10 @@ std::string thisProgram() {
     return std::filesystem::canonical("/proc/self/exe");
 }
 
+// Taken after the libraries were loaded and before the first test.
+const size_t callsBeforeMain = scripted::calls().size();
+const size_t messagesBeforeMain = trace_recorder::messages().size();
+
 class Seams : public ContractTest {};
 
 TEST_F(Seams, onlyTheScriptedPlatformIsLoaded) {
@@ -64,6 +68,11 @@ TEST_F(Seams, theExportedFunctionsComeFromTheShippedLibrary) {
     EXPECT_THAT(homeOf("CapMgr_StartCapture"), EndsWith("/lib/libqor_conf_capturemanager.so"));
 }
 
+TEST_F(Seams, nothingRunsWhenTheLibraryIsLoaded) {
+    EXPECT_EQ(callsBeforeMain, 0U);
+    EXPECT_EQ(messagesBeforeMain, 0U);
+}
+
 class InterposedSymbol : public Seams, public testing::WithParamInterface<const char*> {};
 
 TEST_P(InterposedSymbol, isFoundInThisProgramFirst) {
@@ -77,9 +86,27 @@ INSTANTIATE_TEST_SUITE_P(SupportCalls, InterposedSymbol,
                                          "pthread_create", "pthread_cancel", "pthread_attr_destroy",
                                          "pthread_attr_setscope", "_ZN14VQ_Text_StreamC1Ejj",
                                          "_ZN14VQ_Text_StreamD1Ev", "_ZN8VQ_Event4waitEj",
+                                         "_ZN19VQ_Critical_Section4initEv",
+                                         "_ZN19VQ_Critical_Section7cleanupEv",
                                          "_ZN19VQ_Critical_Section4lockEv",
-                                         "_ZN19VQ_Critical_Section6unlockEv",
-                                         "_ZnamRKSt9nothrow_t"));
+                                         "_ZN19VQ_Critical_Section6unlockEv", "_ZnamRKSt9nothrow_t",
+                                         "_ZN15CMonitorManager18AddCaptureInstanceEjj10CAP_"
+                                         "METHOD8CAP_TYPEj8CAP_MODE"));
+
+TEST_F(Seams, anActionIsDoneOnceAtItsCallAndForgottenWithTheRest) {
+    size_t done = 0;
+    scripted::whenCalled(
+        "CGMainDisplayID", [&] { ++done; }, 1);
+    CGMainDisplayID();
+    EXPECT_EQ(done, 0U);
+    CGMainDisplayID();
+    CGMainDisplayID();
+    EXPECT_EQ(done, 1U);
+    scripted::whenCalled("CGMainDisplayID", [&] { ++done; });
+    scripted::reset();
+    CGMainDisplayID();
+    EXPECT_EQ(done, 1U);
+}
 
 // The checks that every test ends with must see what they are for.
 

@@ -20,6 +20,7 @@ struct Watch {
     std::mutex mutex;
     std::condition_variable changed;
     int failure = 0;
+    bool held = false;
     size_t created = 0;
     size_t cancelled = 0;
     size_t alive = 0;
@@ -62,8 +63,20 @@ class Alive {
     Alive& operator=(const Alive&) = delete;
 };
 
+// A thread that has not begun cannot be ended by cancellation either.
+void awaitLetGo() {
+    int before = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
+    {
+        std::unique_lock<std::mutex> lock(watch().mutex);
+        watch().changed.wait(lock, [] { return !watch().held; });
+    }
+    pthread_setcancelstate(before, nullptr);
+}
+
 void* runCounted(void* argument) {
     const Alive alive;
+    awaitLetGo();
     const std::unique_ptr<Start> start(static_cast<Start*>(argument));
     return start->routine(start->argument);
 }
@@ -93,6 +106,7 @@ namespace thread_watch {
 void reset() {
     const Lock lock(watch().mutex);
     watch().failure = 0;
+    watch().held = false;
     watch().created = 0;
     watch().cancelled = 0;
     watch().scope = -1;
@@ -103,6 +117,17 @@ void reset() {
 void failNextCreation(int code) {
     const Lock lock(watch().mutex);
     watch().failure = code;
+}
+
+void holdNext() {
+    const Lock lock(watch().mutex);
+    watch().held = true;
+}
+
+void letGo() {
+    const Lock lock(watch().mutex);
+    watch().held = false;
+    watch().changed.notify_all();
 }
 
 size_t created() {
@@ -140,6 +165,7 @@ INTERPOSED int pthread_create(pthread_t* thread, const pthread_attr_t* attribute
                               void* (*routine)(void*), void* argument) {
     static const auto next = nextDefinition<decltype(&pthread_create)>("pthread_create");
     if (const int failure = takeFailure(); failure != 0) {
+        *thread = pthread_self();
         return failure;
     }
     auto start = std::make_unique<Start>(Start{routine, argument});

@@ -9,8 +9,12 @@ namespace thread_watch {
 
 void reset();  // nothing fails, nothing counted but the threads that live
 
-// The next creation fails with this code.
+// The next creation fails with this code; the handle is then anyone's.
 void failNextCreation(int code);
+
+// The next thread does not begin before letGo().
+void holdNext();
+void letGo();
 
 size_t created();
 size_t cancelled();

@@ -8,6 +8,7 @@
 #include <ostream>
 #include <string_view>
 
+#include "journal.h"
 #include "next_definition.h"
 #include "vqutilc.h"
 
@@ -238,6 +239,7 @@ int vq_get_trace_file_line() {
 }
 
 void vq_trace_write(int level, const char* text, int flag) {
+    Journal::noteMessage(withoutPointers(text));
     const Lock lock(recorder().mutex);
     recorder().entries.push_back({{level, text, flag}, std::this_thread::get_id()});
 }

@@ -1,7 +1,12 @@
 // The form of every message: position, tag, level, flag, and when nothing is built at all.
 #include <CoreGraphics/CGGeometry.h>
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <array>
+#include <fstream>
+#include <sstream>
 
 #include "CaptureScaling.h"
 #include "MonitorManager.h"
@@ -186,6 +191,40 @@ TEST_F(TraceForm, onlyMessagesOfEachFrameAreFlagged) {
 TEST_F(TraceForm, everyMessageIsToldAsAnErrorMessageToo) {
     callEverything();
     EXPECT_THAT(trace_recorder::faults(), IsEmpty());
+}
+
+// Its numbers, its order and the size of its slots, as they lie in the shipped file.
+TEST_F(TraceForm, thePhrasesOfTheStepLogLieInSlotsOf1024Bytes) {
+    constexpr std::array kPhrases = {
+        "begin to update monitor information",
+        "information of the monitor",
+        "update monitor information end",
+        "begin to create capture",
+        "create capture end",
+        "begin to set transparent windows",
+        "information of the transparent windows",
+        "set transparent windows end",
+        "begin to set share windows",
+        "information of the share windows",
+        "set share windows end",
+        "begin to start capture",
+        "start capture end",
+        "begin to stop capture",
+        "stop capture end",
+        "begin to capture frame",
+        "capture frame end",
+    };
+    std::string table;
+    for (const std::string phrase : kPhrases) {
+        table += phrase + std::string(1024 - phrase.size(), '\0');
+    }
+    ASSERT_EQ(table.size(), 17408U);
+    Dl_info library{};
+    ASSERT_NE(dladdr(reinterpret_cast<void*>(&CapMgr_StartCapture), &library), 0);
+    std::ifstream file(library.dli_fname, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    EXPECT_NE(content.str().find(table), std::string::npos);
 }
 
 TEST_F(TraceForm, aLongNameIsTracedWhole) {

@@ -2,7 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
+
+#include "bounded_memory_faults.h"
 #include "contract_test.h"
+#include "journal.h"
 #include "lock_recorder.h"
 #include "scripted_capture.h"
 
@@ -34,13 +38,55 @@ TEST_F(Windows, areExcludedInTheOrderOfAdding) {
     EXPECT_THAT(capture_.m_vecExcludeWnd, ElementsAre(window(4), window(9), window(5)));
 }
 
-TEST_F(Windows, areExcludedUnderALock) {
+class WindowAction : public Windows,
+                     public testing::WithParamInterface<std::pair<int, uintptr_t>> {};
+
+TEST_P(WindowAction, isTakenUnderALock) {
+    exclude();
+    const auto [action, number] = GetParam();
+    const Journal journal({{&capture_.m_csExcludeWnd, "windows"}});
+    capture_.SetExcludeWnd(window(number), static_cast<tagCapExcWndActType>(action));
+    EXPECT_THAT(journal.entries(),
+                ElementsAre("[KXSC] CCaptureBase::SetExcludeWnd... Begin!", "lock windows",
+                            "[KXSC] CCaptureBase::SetExcludeWnd... End!", "unlock windows"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Actions, WindowAction,
+                         testing::Values(std::pair(0, 0), std::pair(0, 9), std::pair(1, 8),
+                                         std::pair(2, 9), std::pair(3, 9), std::pair(-1, 9)));
+
+// Room for the 33rd window is 64 pointers.
+TEST_F(Windows, areLeftAloneAndUnlockedWhenMemoryIsShort) {
+    for (uintptr_t number = 1; number <= 32; ++number) {
+        capture_.SetExcludeWnd(window(number), CAP_EXC_WND_ADD);
+    }
+    forgetEverything();
+    memory_faults::failSingleAllocation(64 * sizeof(void*));
+    EXPECT_THROW(capture_.SetExcludeWnd(window(33), CAP_EXC_WND_ADD), std::bad_alloc);
+    EXPECT_EQ(capture_.m_vecExcludeWnd.size(), 32U);
+    EXPECT_THAT(lock_recorder::ofThisThread(),
+                ElementsAre(LockUse{&capture_.m_csExcludeWnd, "lock"},
+                            LockUse{&capture_.m_csExcludeWnd, "unlock"}));
+}
+
+TEST_F(Windows, areExcludedAtTheEndWhenAddedAgain) {
+    exclude();
+    capture_.SetExcludeWnd(window(4), CAP_EXC_WND_DELETE);
     capture_.SetExcludeWnd(window(4), CAP_EXC_WND_ADD);
-    EXPECT_THAT(trace_recorder::messages(), ElementsAre(kBegin, kEnd));
-    const auto uses = lock_recorder::ofThisThread();
-    ASSERT_GE(uses.size(), 2U);
-    EXPECT_EQ(uses[uses.size() - 2], (LockUse{&capture_.m_csExcludeWnd, "lock"}));
-    EXPECT_EQ(uses[uses.size() - 1], (LockUse{&capture_.m_csExcludeWnd, "unlock"}));
+    EXPECT_THAT(capture_.m_vecExcludeWnd, ElementsAre(window(9), window(5), window(4)));
+}
+
+TEST_F(Windows, areDeletedFromBothEnds) {
+    exclude();
+    capture_.SetExcludeWnd(window(4), CAP_EXC_WND_DELETE);
+    capture_.SetExcludeWnd(window(5), CAP_EXC_WND_DELETE);
+    EXPECT_THAT(capture_.m_vecExcludeWnd, ElementsAre(window(9)));
+}
+
+TEST_F(Windows, areNotAddedAfterAClearWithAWindow) {
+    exclude();
+    capture_.SetExcludeWnd(window(77), CAP_EXC_WND_CLEAR);
+    EXPECT_THAT(capture_.m_vecExcludeWnd, IsEmpty());
 }
 
 TEST_F(Windows, areExcludedOnce) {
@@ -117,7 +163,24 @@ TEST_F(Windows, areSharedAgainWithoutAWordOfChange) {
     capture_.SetSharedAppWnd(31, CAP_APP_WND_SET);
     trace_recorder::forget();
     capture_.SetSharedAppWnd(31, CAP_APP_WND_SET);
-    EXPECT_THAT(trace_recorder::messagesOfLevel(0), IsEmpty());
+    EXPECT_EQ(capture_.m_nWndCaptureID, 31U);
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(kSharedBegin,
+                            information("CCaptureBase::SetSharedAppWnd()... m_nWndCaptureID = 31"),
+                            kSharedEnd));
+}
+
+TEST_F(Windows, areSharedInTurnWithAWordOfChange) {
+    capture_.SetSharedAppWnd(31, CAP_APP_WND_SET);
+    forgetEverything();
+    capture_.SetSharedAppWnd(4000000000, CAP_APP_WND_SET);
+    EXPECT_EQ(capture_.m_nWndCaptureID, 4000000000U);
+    EXPECT_THAT(
+        trace_recorder::messages(),
+        ElementsAre(kSharedBegin, error("CCaptureBase::SetSharedAppWnd()... SharedWnd ID changed!"),
+                    information("CCaptureBase::SetSharedAppWnd()... m_nWndCaptureID = 4000000000"),
+                    kSharedEnd));
+    EXPECT_THAT(lock_recorder::ofThisThread(), IsEmpty()) << "no lock is taken";
 }
 
 class SharedAction : public Windows, public testing::WithParamInterface<int> {};
@@ -160,15 +223,33 @@ TEST_F(Windows, haveABackgroundColourForEachOfTwoRegions) {
     EXPECT_EQ(colours[1].nColor, 0x112233U);
 }
 
-TEST_F(Windows, haveNoThirdBackgroundColour) {
-    capture_.SetAppShareBackColor(2, 13, 0x445566);
+TEST_F(Windows, haveTheNewestBackgroundColour) {
+    capture_.SetAppShareBackColor(0, 11, 0xAABBCC);
+    capture_.SetAppShareBackColor(0, 0xFFFFFFFF, 0xFFFFFFFE);
+    EXPECT_EQ(capture_.m_stBackColor[0].nBrushType, 0xFFFFFFFFU);
+    EXPECT_EQ(capture_.m_stBackColor[0].nColor, 0xFFFFFFFEU);
+    EXPECT_EQ(capture_.m_stBackColor[1].nColor, 0U);
+    EXPECT_THAT(trace_recorder::messages(),
+                testing::Contains(information("CCaptureBase::SetAppShareBackColor...nRgnType = 0, "
+                                              "nBrushType = 4294967295")));
+}
+
+class OtherRegion : public Windows, public testing::WithParamInterface<unsigned int> {};
+
+TEST_P(OtherRegion, hasNoBackgroundColourAndIsTraced) {
+    capture_.SetAppShareBackColor(GetParam(), 13, 0x445566);
     for (const auto& colour : capture_.m_stBackColor) {
+        EXPECT_EQ(colour.nRgnType, 0U);
         EXPECT_EQ(colour.nBrushType, 0U);
         EXPECT_EQ(colour.nColor, 0U);
     }
+    EXPECT_EQ(capture_.GetLastErrorCode(), 0U) << "what comes behind the colours is not touched";
+    EXPECT_EQ(capture_.GetErrorCount(), 0U);
     EXPECT_THAT(trace_recorder::messages(),
-                ElementsAre(information("CCaptureBase::SetAppShareBackColor...nRgnType = 2, "
-                                        "nBrushType = 13")));
+                ElementsAre(information("CCaptureBase::SetAppShareBackColor...nRgnType = " +
+                                        std::to_string(GetParam()) + ", nBrushType = 13")));
 }
+
+INSTANTIATE_TEST_SUITE_P(Regions, OtherRegion, testing::Values(2, 3, 0xFFFFFFFF));
 
 }  // namespace

@@ -47,6 +47,10 @@ CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDi
         return kCGErrorFailure;
     }
     const std::vector<Display>& displays = call.script().displays();
+    // Asked how many there are, none leaves the count as it was: a caller reads what it has set.
+    if (displays.empty() && activeDisplays == nullptr) {
+        return kCGErrorSuccess;
+    }
     *displayCount = static_cast<uint32_t>(displays.size());
     if (activeDisplays == nullptr) {
         return kCGErrorSuccess;

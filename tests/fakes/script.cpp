@@ -71,6 +71,7 @@ void Script::reset() {
     calendar = {};
     clockPorts = 0;
     failures_.clear();
+    actions_.clear();
     forgetCalls();
     letGo();
 }
@@ -97,6 +98,7 @@ Script::Admission Script::admit(const std::string& function, const std::string& 
         const std::lock_guard lock(mutex_);
         admission.record = forgotten_ + calls_.size();
         calls_.push_back({function + "(" + arguments + ")", std::this_thread::get_id()});
+        actIfTold(function);
         admission.fails = takesFailure(function);
     }
     hangIfTold(function);
@@ -116,6 +118,24 @@ void Script::forgetCalls() {
 
 void Script::failFrom(const std::string& function, size_t skip, size_t times) {
     failures_[function] = {skip, times};
+}
+
+void Script::actOn(const std::string& function, const std::function<void()>& action, size_t skip) {
+    actions_[function] = {skip, action};
+}
+
+void Script::actIfTold(const std::string& function) {
+    const auto found = actions_.find(function);
+    if (found == actions_.end()) {
+        return;
+    }
+    if (found->second.skip > 0) {
+        --found->second.skip;
+        return;
+    }
+    const std::function<void()> run = std::move(found->second.run);
+    actions_.erase(found);
+    run();
 }
 
 bool Script::takesFailure(const std::string& function) {

@@ -6,6 +6,7 @@
 #include <mach/clock_types.h>
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -58,6 +59,7 @@ class Script {
     void forgetCalls();
 
     void failFrom(const std::string& function, size_t skip, size_t times);
+    void actOn(const std::string& function, const std::function<void()>& action, size_t skip);
 
     // These take a lock of their own.
     void hangNext(const std::string& function, bool cancellable);
@@ -70,6 +72,12 @@ class Script {
         size_t times;
     };
 
+    struct Action {
+        size_t skip;
+        std::function<void()> run;
+    };
+
+    void actIfTold(const std::string& function);
     bool takesFailure(const std::string& function);
     void hangIfTold(const std::string& function);
 
@@ -79,6 +87,7 @@ class Script {
     std::vector<Call> calls_;
     size_t forgotten_ = 0;  // records dropped so far: the number of the first one kept
     std::map<std::string, Failure> failures_;
+    std::map<std::string, Action> actions_;
 
     std::mutex hangMutex_;
     std::condition_variable hangChanged_;

@@ -126,6 +126,11 @@ void fail(const std::string& function, size_t skip, size_t times) {
     script().failFrom(function, skip, times);
 }
 
+void whenCalled(const std::string& function, const std::function<void()>& action, size_t skip) {
+    const Lock lock(script().mutex());
+    script().actOn(function, action, skip);
+}
+
 void hang(const std::string& function, bool cancellable) {
     script().hangNext(function, cancellable);
 }

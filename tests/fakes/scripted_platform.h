@@ -110,6 +110,13 @@ constexpr size_t kAlways = static_cast<size_t>(-1);
 SCRIPTED_API void fail(const std::string& function, size_t skip = 0, size_t times = kAlways);
 
 /*
+ * Does action once, when the named function is called after skip other calls of it and before it
+ * answers: a display that goes between two calls, say. action may use all of this interface.
+ */
+SCRIPTED_API void whenCalled(const std::string& function, const std::function<void()>& action,
+                             size_t skip = 0);
+
+/*
  * Makes the next call of the named function hang until letGo(). A hanging thread is in a
  * cancellation point unless cancellable is false.
  */
