@@ -131,6 +131,11 @@ TEST_F(FrameRate, theCalendarTickIsInMilliseconds) {
     EXPECT_EQ(capture_.UniversalGetTick(), 12345U);
 }
 
+TEST_F(FrameRate, theCalendarTickCountsAMillisecondThatIsJustOver) {
+    scripted::setCalendarClock(12, 999000000);
+    EXPECT_EQ(capture_.UniversalGetTick(), 12999U);
+}
+
 TEST_F(FrameRate, theCalendarTickIsCutTo32Bits) {
     scripted::setCalendarClock(1700000000, 999999999);
     EXPECT_EQ(capture_.UniversalGetTick(), static_cast<uint32_t>(1700000000999ULL));

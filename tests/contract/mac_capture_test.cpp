@@ -34,6 +34,23 @@ TEST_F(MacCapture, readsTheImageThenReleasesItInInit) {
                             "CGImageRelease(image#1)"));
 }
 
+TEST_F(MacCapture, releasesTheImageBeforeItAsksForABufferInInit) {
+    make();
+    std::vector<Message> told;
+    scripted::whenCalled("CGImageRelease", [&] { told = trace_recorder::messages(); });
+    EXPECT_TRUE(capture_->Init());
+    EXPECT_THAT(told, ElementsAre(information("CCaptureMac::Init()... Begin")));
+}
+
+TEST_F(MacCapture, releasesTheImageBeforeItTellsOfTheEndOfAFrame) {
+    initialised();
+    std::vector<Message> told;
+    scripted::whenCalled("CGImageRelease", [&] { told = trace_recorder::messages(); });
+    EXPECT_TRUE(capture_->DoCapture());
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back(), eachFrame("CCaptureMac::DoCapture ready to lock."));
+}
+
 TEST_F(MacCapture, asksForNothingMoreWithoutAnImageInInit) {
     make();
     scripted::fail("CGDisplayCreateImage");
@@ -186,6 +203,8 @@ TEST_F(MacCapture, succeedsWithoutImageAndBuffer) {
     capture_->UnInit();
     scripted::fail("CGWindowListCreateImage");
     EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_THAT(trace_recorder::messagesOfLevel(0),
+                ElementsAre(error("CCaptureMac::DoCapture()... imageRef is null!")));
 }
 
 TEST_F(MacCapture, failsAndClearsWhenTheResolutionChanged) {

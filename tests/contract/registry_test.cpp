@@ -209,6 +209,14 @@ TEST_F(Registry, refusesAnUnknownMonitor) {
         ElementsAre(error("CMonitorManager::AddCaptureInstance()... Invalid monitor index!")));
 }
 
+TEST_F(Registry, refusesAnUnknownMonitorBeforeItLooksForTheIndex) {
+    EXPECT_FALSE(manager().AddCaptureInstance(5, 1, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
+                                              PARALLEL_CAPTURE_MODE));
+    EXPECT_THAT(
+        trace_recorder::messagesOfLevel(0),
+        ElementsAre(error("CMonitorManager::AddCaptureInstance()... Invalid monitor index!")));
+}
+
 TEST_F(Registry, refusesAnUnknownIndexAfterTheMonitorWasFound) {
     EXPECT_FALSE(manager().AddCaptureInstance(5, 0, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
                                               PARALLEL_CAPTURE_MODE));

@@ -157,6 +157,14 @@ TEST_F(ScreenInfoOfDisplays, withoutAListOfDisplaysReportsZero) {
     }
 }
 
+TEST_F(ScreenInfoOfDisplays, asksNothingOfADisplayThatWentWhileTheyWereListed) {
+    scripted::whenCalled(
+        "CGGetActiveDisplayList", [] { scripted::unplug(kMain); }, 1);
+    ask(kSecond);
+    EXPECT_THAT(scripted::callsOf({"CGDisplayIsMain"}),
+                testing::ElementsAre("CGDisplayIsMain(69)"));
+}
+
 TEST_F(ScreenInfoOfDisplays, whileNoDisplayIsMainReportsADisplayAsIfItWere) {
     scripted::fail("CGDisplayIsMain");
     ask(kSecond);

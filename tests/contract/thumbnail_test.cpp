@@ -160,10 +160,13 @@ TEST_F(Thumbnail, ofAVirtualMonitorIsRefusedSilently) {
 
 TEST_F(Thumbnail, releasesTheImageBeforeItTellsThatThereIsNoContext) {
     scripted::fail("CGBitmapContextCreate");
+    Messages told;
+    scripted::whenCalled("CGImageRelease", [&] { told = trace_recorder::messages(); });
     EXPECT_FALSE(drawAlone(0, kWidth, kHeight, buffer_.data()));
     EXPECT_EQ(trace_recorder::messages(),
               Messages({size(), error("CMonitorManager::GetScreenThumbnail... "
                                       "CGBitmapContextCreate failed!")}));
+    EXPECT_EQ(told, Messages({size()}));
     EXPECT_THAT(scripted::callsOf({"CGContextDrawImage", "CGImageRelease", "CGContextRelease"}),
                 ElementsAre("CGImageRelease(image#1)"));
     EXPECT_TRUE(isUntouched());

@@ -1,5 +1,7 @@
 #include "StepLog.h"
 
+static_assert(static_cast<int>(StepPhrase::CaptureFrameEnd) + 1 == kStepPhraseCount);
+
 // In the order of StepPhrase. Some phrases are in no step line; the table is kept whole, so that
 // the numbers stay what they are.
 const char szScCapLog[kStepPhraseCount][kStepPhraseSlot] = {
