@@ -17,7 +17,7 @@ packages_of_run=(xvfb)
 packages_of_test=(
     libgtest-dev libgmock-dev
     imagemagick x11-xserver-utils
-    clang clang-format abigail-tools git
+    clang clang-format abigail-tools git python3
 )
 
 # shellcheck disable=SC2034
