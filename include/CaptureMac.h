@@ -49,7 +49,8 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
 
 /*
  * Writes width x height 4-byte pixels, rows top-down, as a BMP file to path, for diagnosis.
- * bitCount goes into the header as it is. Does nothing when path cannot be opened.
+ * bitCount goes into the header as it is. Does nothing when path cannot be opened;
+ * without data, null, only the headers are written.
  */
 CAPMGR_API void SaveBmp(char* path, unsigned char* data, int width, int height, uint16_t bitCount);
 

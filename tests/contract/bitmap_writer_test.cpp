@@ -86,6 +86,11 @@ INSTANTIATE_TEST_SUITE_P(Bitmaps, WrittenBitmap,
                                          Bitmap{257, 258, 0xFFFE}, Bitmap{2048, 2049, 32},
                                          Bitmap{0, 5, 32}));
 
+TEST_F(BitmapWriter, writesTheHeadersAloneWithoutData) {
+    SaveBmp(path_.data(), nullptr, 2, 2, 32);
+    EXPECT_EQ(written().size(), 54U);
+}
+
 TEST_F(BitmapWriter, replacesAFileThatIsThere) {
     std::ofstream(path_) << std::string(5000, 'x');
     unsigned char pixel[4] = {};

@@ -265,5 +265,7 @@ void SaveBmp(char* path, unsigned char* data, int width, int height, uint16_t bi
         return;
     }
     std::fwrite(header.bytes(), 1, BmpHeader::kSize, file.get());
-    std::fwrite(data, 1, header.dataSize(), file.get());
+    if (data != nullptr) {
+        std::fwrite(data, 1, header.dataSize(), file.get());
+    }
 }
