@@ -43,6 +43,14 @@ TEST_F(EngineLoop, resetsItsExitEventInTheStartAlready) {
     EXPECT_FALSE(capture_.m_eventCaptureExit.wait(0));
 }
 
+TEST_F(EngineLoop, keepsItsExitEventWhenAStartFindsItRunning) {
+    capture_.init = [] { return false; };
+    capture_.StartCapture();
+    ASSERT_TRUE(thread_watch::awaitNone());
+    EXPECT_EQ(capture_.StartCapture(), 0U);
+    EXPECT_TRUE(capture_.m_eventCaptureExit.wait(0));
+}
+
 TEST_F(EngineLoop, waitsForNothingAfterInitFailed) {
     capture_.init = [] { return false; };
     capture_.StartCapture();

@@ -328,4 +328,35 @@ TEST_F(FrameBuffer, takesABackendsFrameInTheWindowBufferNever) {
                          windowCapture_.m_lpAppBuffer + ScriptedCapture::kBytes, 0x3C),
               ScriptedCapture::kBytes);
 }
+// Frees the buffers while another holds the lock, for as long as one can wait to see; then lets go.
+// Returns how many were freed by then, and how many in the end.
+std::pair<size_t, size_t> freedBeforeAndAfter(ScriptedCapture& capture, VQ_Critical_Section& lock,
+                                              const std::string& begun) {
+    lock.lock();
+    auto freeing = std::async(std::launch::async, [&capture] { capture.DeallocBuffer(); });
+    EXPECT_TRUE(trace_recorder::await(begun));
+    freeing.wait_for(std::chrono::milliseconds(50));
+    const size_t before = memory_faults::skippedOnesFreed();
+    lock.unlock();
+    freeing.get();
+    return {before, memory_faults::skippedOnesFreed()};
+}
+
+TEST_F(FrameBuffer, isNotFreedWhileItIsLocked) {
+    memory_faults::failAllocation(ScriptedCapture::kBytes, 1);
+    capture_.AllocBuffer(ScriptedCapture::kBytes);
+    EXPECT_EQ(freedBeforeAndAfter(capture_, capture_.m_csBuffer,
+                                  "[KXSC] CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: <pointer>"),
+              std::pair(size_t{0}, size_t{1}));
+}
+
+TEST_F(FrameBuffer, ofAnApplicationIsNotFreedWhileItIsLocked) {
+    memory_faults::failAllocation(ScriptedCapture::kBytes, 2);
+    windowCapture_.AllocBuffer(ScriptedCapture::kBytes);
+    EXPECT_EQ(
+        freedBeforeAndAfter(windowCapture_, windowCapture_.m_csAppBuffer,
+                            "[KXSC] CCaptureBase::DeallocBuffer[Mem], m_lpAppBuffer: <pointer>"),
+        std::pair(size_t{1}, size_t{2}));
+}
+
 }  // namespace

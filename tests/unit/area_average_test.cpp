@@ -61,7 +61,8 @@ struct Sizes {
 class AreaAverageTest : public testing::TestWithParam<Sizes> {};
 
 TEST_P(AreaAverageTest, IsTheMeanOfTheAreaCovered) {
-    const auto [source, target] = GetParam();
+    const Size source = GetParam().source;
+    const Size target = GetParam().target;
     const std::size_t bytesPerRow = source.width * kBytesPerPixel + kPadding;
     const auto bytes = noise(bytesPerRow * source.height);
     const Picture picture{bytes.data(), source, bytesPerRow};
