@@ -5,15 +5,12 @@
 
 #include <cstring>
 
-#include "bounded_memory_faults.h"
-#include "contract_test.h"
+#include "failed_call.h"
 #include "scripted_capture.h"
 
 namespace {
 
 using testing::ElementsAre;
-
-constexpr int kCode = -22;
 
 constexpr const char* kClearedSizes[] = {
     "memset_s(&m_sOriFrameSize, sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE))",
@@ -25,24 +22,9 @@ constexpr const char* kClearBuffer =
     "memset_s(m_lpBuffer, m_nbufSize * sizeof(uint8), 0, m_nbufSize * sizeof(uint8))";
 constexpr const char* kClearAppBuffer =
     "memset_s(m_lpAppBuffer, m_nbufSize * sizeof(uint8), 0, m_nbufSize * sizeof(uint8))";
-constexpr const char* kCopySource =
-    "memcpy_s(&m_sOriFrameSize, sizeof(CAP_SIZE), &szInput, sizeof(CAP_SIZE))";
-constexpr const char* kCopyTarget =
-    "memcpy_s(&m_sFinalFrameSize, sizeof(CAP_SIZE), &szOutput, sizeof(CAP_SIZE))";
-constexpr const char* kDeliverSource =
-    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sOriFrameSize, sizeof(CAP_SIZE))";
-constexpr const char* kDeliverTarget =
-    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sFinalFrameSize, sizeof(CAP_SIZE))";
-
-class FailedCallInTurn : public ContractTest {
+class FailedCallInTurn : public FailedCall {
   protected:
-    static std::vector<Message> reports() {
-        std::vector<Message> found;
-        for (const Message& message : trace_recorder::messagesOfLevel(1)) {
-            found.push_back(withoutPosition(message));
-        }
-        return found;
-    }
+    static constexpr int kCode = -22;
 
     // The next calls: the one after skip others fails.
     static void failAfter(size_t skip) {

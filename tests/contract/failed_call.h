@@ -13,6 +13,14 @@ inline constexpr const char* kClearRecord =
     "memset_s(&stRetDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA))";
 inline constexpr const char* kClearLocked =
     "memset_s(&stDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA))";
+inline constexpr const char* kCopySource =
+    "memcpy_s(&m_sOriFrameSize, sizeof(CAP_SIZE), &szInput, sizeof(CAP_SIZE))";
+inline constexpr const char* kCopyTarget =
+    "memcpy_s(&m_sFinalFrameSize, sizeof(CAP_SIZE), &szOutput, sizeof(CAP_SIZE))";
+inline constexpr const char* kDeliverSource =
+    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sOriFrameSize, sizeof(CAP_SIZE))";
+inline constexpr const char* kDeliverTarget =
+    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sFinalFrameSize, sizeof(CAP_SIZE))";
 
 class FailedCall : public ContractTest {
   protected:

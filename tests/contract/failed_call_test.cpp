@@ -19,15 +19,6 @@ using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
 
-constexpr const char* kCopySource =
-    "memcpy_s(&m_sOriFrameSize, sizeof(CAP_SIZE), &szInput, sizeof(CAP_SIZE))";
-constexpr const char* kCopyTarget =
-    "memcpy_s(&m_sFinalFrameSize, sizeof(CAP_SIZE), &szOutput, sizeof(CAP_SIZE))";
-constexpr const char* kDeliverSource =
-    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sOriFrameSize, sizeof(CAP_SIZE))";
-constexpr const char* kDeliverTarget =
-    "memcpy_s(&m_sCapFrameSize, sizeof(CAP_SIZE), &m_sFinalFrameSize, sizeof(CAP_SIZE))";
-
 struct Place {
     const char* name;
     std::function<void()> prepare;
