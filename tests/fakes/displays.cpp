@@ -37,6 +37,13 @@ const Mode* modeOf(const Invocation& call, CGDisplayModeRef mode) {
     return used == nullptr ? nullptr : &used->mode;
 }
 
+template <typename Part>
+Part partOf(const char* function, CGDisplayModeRef mode, Part Mode::*part) {
+    const Invocation call(function, Reference{mode});
+    const Mode* const used = modeOf(call, mode);
+    return used == nullptr ? Part{} : used->*part;
+}
+
 }  // namespace
 
 CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
@@ -113,33 +120,23 @@ CGDisplayModeRef CGDisplayCopyDisplayMode(CGDirectDisplayID display) {
 }
 
 size_t CGDisplayModeGetWidth(CGDisplayModeRef mode) {
-    const Invocation call("CGDisplayModeGetWidth", Reference{mode});
-    const Mode* const used = modeOf(call, mode);
-    return used == nullptr ? 0 : used->pointWidth;
+    return partOf("CGDisplayModeGetWidth", mode, &Mode::pointWidth);
 }
 
 size_t CGDisplayModeGetHeight(CGDisplayModeRef mode) {
-    const Invocation call("CGDisplayModeGetHeight", Reference{mode});
-    const Mode* const used = modeOf(call, mode);
-    return used == nullptr ? 0 : used->pointHeight;
+    return partOf("CGDisplayModeGetHeight", mode, &Mode::pointHeight);
 }
 
 size_t CGDisplayModeGetPixelWidth(CGDisplayModeRef mode) {
-    const Invocation call("CGDisplayModeGetPixelWidth", Reference{mode});
-    const Mode* const used = modeOf(call, mode);
-    return used == nullptr ? 0 : used->pixelWidth;
+    return partOf("CGDisplayModeGetPixelWidth", mode, &Mode::pixelWidth);
 }
 
 size_t CGDisplayModeGetPixelHeight(CGDisplayModeRef mode) {
-    const Invocation call("CGDisplayModeGetPixelHeight", Reference{mode});
-    const Mode* const used = modeOf(call, mode);
-    return used == nullptr ? 0 : used->pixelHeight;
+    return partOf("CGDisplayModeGetPixelHeight", mode, &Mode::pixelHeight);
 }
 
 double CGDisplayModeGetRefreshRate(CGDisplayModeRef mode) {
-    const Invocation call("CGDisplayModeGetRefreshRate", Reference{mode});
-    const Mode* const used = modeOf(call, mode);
-    return used == nullptr ? 0.0 : used->refreshRate;
+    return partOf("CGDisplayModeGetRefreshRate", mode, &Mode::refreshRate);
 }
 
 CFStringRef CGDisplayModeCopyPixelEncoding(CGDisplayModeRef mode) {

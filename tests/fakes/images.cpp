@@ -75,6 +75,13 @@ const CGImage* imageOf(const Invocation& call, CGImageRef image) {
     return call.fails() || image == nullptr ? nullptr : call.use<CGImage>(image);
 }
 
+template <typename Part>
+Part partOf(const char* function, CGImageRef image, const Part CGImage::*part) {
+    const Invocation call(function, Reference{image});
+    const CGImage* const used = imageOf(call, image);
+    return used == nullptr ? Part{} : used->*part;
+}
+
 }  // namespace
 
 void CGImage::dispose() {
@@ -119,15 +126,11 @@ CGImageRef CGWindowListCreateImageFromArray(CGRect screenBounds, CFArrayRef wind
 }
 
 size_t CGImageGetWidth(CGImageRef image) {
-    const Invocation call("CGImageGetWidth", Reference{image});
-    const CGImage* const used = imageOf(call, image);
-    return used == nullptr ? 0 : used->width;
+    return partOf("CGImageGetWidth", image, &CGImage::width);
 }
 
 size_t CGImageGetHeight(CGImageRef image) {
-    const Invocation call("CGImageGetHeight", Reference{image});
-    const CGImage* const used = imageOf(call, image);
-    return used == nullptr ? 0 : used->height;
+    return partOf("CGImageGetHeight", image, &CGImage::height);
 }
 
 size_t CGImageGetBitsPerComponent(CGImageRef image) {
@@ -141,9 +144,7 @@ size_t CGImageGetBitsPerPixel(CGImageRef image) {
 }
 
 size_t CGImageGetBytesPerRow(CGImageRef image) {
-    const Invocation call("CGImageGetBytesPerRow", Reference{image});
-    const CGImage* const used = imageOf(call, image);
-    return used == nullptr ? 0 : used->bytesPerRow;
+    return partOf("CGImageGetBytesPerRow", image, &CGImage::bytesPerRow);
 }
 
 CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) {
@@ -152,15 +153,11 @@ CGImageAlphaInfo CGImageGetAlphaInfo(CGImageRef image) {
 }
 
 CGColorSpaceRef CGImageGetColorSpace(CGImageRef image) {
-    const Invocation call("CGImageGetColorSpace", Reference{image});
-    const CGImage* const used = imageOf(call, image);
-    return used == nullptr ? nullptr : used->space;
+    return partOf("CGImageGetColorSpace", image, &CGImage::space);
 }
 
 CGDataProviderRef CGImageGetDataProvider(CGImageRef image) {
-    const Invocation call("CGImageGetDataProvider", Reference{image});
-    const CGImage* const used = imageOf(call, image);
-    return used == nullptr ? nullptr : used->provider;
+    return partOf("CGImageGetDataProvider", image, &CGImage::provider);
 }
 
 CGImageRef CGImageRetain(CGImageRef image) {
