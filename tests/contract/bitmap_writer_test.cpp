@@ -1,5 +1,6 @@
 // SaveBmp.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -13,8 +14,8 @@ namespace {
 class BitmapWriter : public testing::Test {
   protected:
     void SetUp() override {
-        path_ = testing::TempDir() + "contract_bitmap_" +
-                std::to_string(testing::UnitTest::GetInstance()->random_seed()) + ".bmp";
+        // Tests run beside each other, each in a process of its own.
+        path_ = testing::TempDir() + "contract_bitmap_" + std::to_string(getpid()) + ".bmp";
         std::filesystem::remove(path_);
     }
     void TearDown() override { std::filesystem::remove(path_); }
