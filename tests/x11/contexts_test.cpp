@@ -168,6 +168,53 @@ TEST_F(ContextsTest, StoresPixelsInTheOrderTheContextWasMadeFor) {
     }
 }
 
+struct FiveBitLayout {
+    std::uint32_t bitmapInfo;
+    std::vector<std::uint8_t> bytes;  // of kUpperLeft, padding of the row included
+};
+
+// 200, 10, 20 of 255 are 24, 1, 2 of 31.
+TEST_F(ContextsTest, StoresPixelsOfFiveBitsAComponentInTwoBytes) {
+    const FiveBitLayout layouts[]{
+        {pixels(kCGImageAlphaNoneSkipFirst, kCGBitmapByteOrder16Little),
+         {0x22, 0xe0, 0x22, 0xe0, 7}},
+        {pixels(kCGImageAlphaNoneSkipFirst, kCGBitmapByteOrder16Big), {0xe0, 0x22, 0xe0, 0x22, 7}},
+        {pixels(kCGImageAlphaNoneSkipFirst, kCGBitmapByteOrderDefault),
+         {0xe0, 0x22, 0xe0, 0x22, 7}},
+    };
+    const Image image = imageOf(0, 0, 40, 20);
+    for (const FiveBitLayout& layout : layouts) {
+        Bytes bytes(5, 7);
+        const Context context(CGBitmapContextCreate(
+            bytes.data(), 2, 1, 5, 5, CGImageGetColorSpace(image.get()), layout.bitmapInfo));
+        ASSERT_NE(context, nullptr) << layout.bitmapInfo;
+        CGContextDrawImage(context.get(), CGRectMake(0, 0, 2, 1), image.get());
+        EXPECT_EQ(bytes, layout.bytes) << layout.bitmapInfo;
+    }
+}
+
+// White and black keep their range, as every grey between them its place in it.
+TEST(FiveBitContextTest, ComponentBecomesTheNearestOf32) {
+    const XvfbServer server("256x8x24");
+    useDisplay(server.display());
+    const Painter painter(server.display());
+    for (int level = 0; level < 256; ++level) {
+        const auto part = static_cast<std::uint8_t>(level);
+        painter.fill({static_cast<std::int16_t>(level), 0, 1, 8}, {part, part, part});
+    }
+    painter.sync();
+    const Image image = imageOf(0, 0, 256, 1);
+    std::vector<std::uint16_t> row(256);
+    const Context context(
+        CGBitmapContextCreate(row.data(), 256, 1, 5, 512, CGImageGetColorSpace(image.get()),
+                              pixels(kCGImageAlphaNoneSkipFirst, kCGBitmapByteOrder16Little)));
+    CGContextDrawImage(context.get(), CGRectMake(0, 0, 256, 1), image.get());
+    for (std::size_t level = 0; level < 256; ++level) {
+        const auto grey = static_cast<unsigned>(std::lround(static_cast<double>(level) * 31 / 255));
+        EXPECT_EQ(row[level], 0x8000 | grey << 10 | grey << 5 | grey) << level;
+    }
+}
+
 struct Request {
     const char* what;
     std::size_t width = 4;
@@ -189,11 +236,23 @@ TEST_F(ContextsTest, RefusesWhatItCannotDrawInto) {
         {.what = "a negative height", .height = static_cast<std::size_t>(-4)},
         {.what = "rows too short", .bytesPerRow = 15},
         {.what = "16-bit rows", .bytesPerRow = 8},
-        {.what = "five bits a component", .bitsPerComponent = 5},
+        {.what = "five bits a component, 32-bit byte order", .bitsPerComponent = 5},
+        {.what = "five bits a component, rows too short",
+         .bitsPerComponent = 5,
+         .bytesPerRow = 7,
+         .bitmapInfo = pixels(kCGImageAlphaNoneSkipFirst, kCGBitmapByteOrder16Little)},
+        {.what = "five bits a component, alpha",
+         .bitsPerComponent = 5,
+         .bitmapInfo = pixels(kCGImageAlphaPremultipliedFirst, kCGBitmapByteOrder16Little)},
+        {.what = "five bits a component, skipped last",
+         .bitsPerComponent = 5,
+         .bitmapInfo = pixels(kCGImageAlphaNoneSkipLast, kCGBitmapByteOrder16Little)},
+        {.what = "sixteen bits a component", .bitsPerComponent = 16, .bytesPerRow = 64},
         {.what = "alpha only", .bitmapInfo = pixels(kCGImageAlphaOnly, kCGBitmapByteOrder32Little)},
         {.what = "no fourth byte",
          .bitmapInfo = pixels(kCGImageAlphaNone, kCGBitmapByteOrder32Little)},
-        {.what = "16-bit byte order", .bitmapInfo = pixels(kCGImageAlphaNoneSkipFirst, 1 << 12)},
+        {.what = "16-bit byte order",
+         .bitmapInfo = pixels(kCGImageAlphaNoneSkipFirst, kCGBitmapByteOrder16Little)},
         {.what = "floats", .bitmapInfo = kScreenLayout | 1 << 8},
     };
     Bytes bytes(64, kUntouched);

@@ -1,8 +1,13 @@
 /* What images of the screen show. */
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <stdexcept>
+#include <thread>
 
 #include "screen_test.h"
+#include "window_client.h"
 
 namespace {
 
@@ -80,6 +85,24 @@ TEST_F(ImagesTest, AreaShowsItsPartOfTheScreen) {
     EXPECT_EQ(pixelAt(image.get(), 29, 39).color(), kPatch);
     EXPECT_EQ(pixelAt(image.get(), 30, 39).color(), kBackground);
     EXPECT_EQ(pixelAt(image.get(), 29, 40).color(), kBackground);
+}
+
+TEST_F(ImagesTest, EveryPixelOfTheScreenIsOpaque) {
+    const Image image = imageOf(0, 0, 320, 200);
+    const auto bytes = bytesOf(image.get());
+    for (std::size_t i = 3; i < bytes.size(); i += 4)
+        ASSERT_EQ(bytes[i], 255) << i / 4;
+}
+
+// A window's pixels may have alpha where the screen's have none.
+TEST(ScreenAlphaTest, TransparentWindowIsOpaqueInTheImageOfTheScreen) {
+    const XvfbServer server("320x200x24");
+    useDisplay(server.display());
+    const WindowClient client(server.display());
+    client.map(client.createTranslucent({10, 20, 30, 40}, 0x40102030));
+    client.sync();
+    const Image image = imageOf(0, 0, 320, 200);
+    EXPECT_EQ(pixelAt(image.get(), 25, 30), (Pixel{0x30, 0x20, 0x10, 255}));
 }
 
 struct Rounding {
@@ -229,6 +252,7 @@ TEST_P(DepthTest, ColoursComeBackWithTheFormatsPrecision) {
         EXPECT_NEAR(pixel.red, colors[i].red, GetParam().tolerance) << i;
         EXPECT_NEAR(pixel.green, colors[i].green, GetParam().tolerance) << i;
         EXPECT_NEAR(pixel.blue, colors[i].blue, GetParam().tolerance) << i;
+        EXPECT_EQ(pixel.fourth, 255) << i;
     }
 }
 
@@ -239,13 +263,42 @@ TEST_P(DepthTest, PartOffScreenIsZero) {
     painter.fill({0, 0, 99, 60}, {255, 255, 255});
     painter.sync();
     const Image image = imageOf(90, 50, 20, 20);
-    EXPECT_EQ(pixelAt(image.get(), 8, 9).color(), (Color{255, 255, 255}));
+    EXPECT_EQ(pixelAt(image.get(), 8, 9), (Pixel{255, 255, 255, 255}));
     EXPECT_EQ(pixelAt(image.get(), 9, 9), Pixel{});
     EXPECT_EQ(pixelAt(image.get(), 8, 10), Pixel{});
 }
 
-TEST(GreyScreenTest, ShowsGreyLevels) {
-    const XvfbServer server("99x60x8", {"-cc", "0"});
+// An odd width, so that rows of less than 32 bits a pixel have padding.
+const DepthCase kDepths[]{
+    {"PseudoColor8", "99x60x8", {"-cc", "3"}, 1},
+    {"StaticColor8", "99x60x8", {"-cc", "2"}, 43},
+    {"TrueColor8", "99x60x8", {"-cc", "4"}, 43},
+    {"DirectColor16", "99x60x16", {"-cc", "5"}, 5},
+    {"DirectColor24", "99x60x24", {"-cc", "5"}, 0},
+    {"DirectColor30", "99x60x30", {"-cc", "5"}, 1},
+    {"TrueColor15", "99x60x15", {}, 5},
+    {"TrueColor16", "99x60x16", {}, 5},
+    {"TrueColor24", "99x60x24", {}, 0},
+    {"Packed24", "99x60x24", {"-pixdepths", "24"}, 0},
+    {"TrueColor30", "99x60x30", {}, 1},
+    {"PseudoColor8InReplies", "99x60x8", {"-cc", "3", "-extension", "MIT-SHM"}, 1},
+    {"TrueColor16InReplies", "99x60x16", {"-extension", "MIT-SHM"}, 5},
+    {"TrueColor24InReplies", "99x60x24", {"-extension", "MIT-SHM"}, 0},
+    {"TrueColor30InReplies", "99x60x30", {"-extension", "MIT-SHM"}, 1},
+};
+
+INSTANTIATE_TEST_SUITE_P(Depths, DepthTest, testing::ValuesIn(kDepths),
+                         [](const auto& instance) { return instance.param.name; });
+
+struct GreyCase {
+    const char* name;
+    const char* visualClass;  // its number in the protocol
+};
+
+class GreyScreenTest : public testing::TestWithParam<GreyCase> {};
+
+TEST_P(GreyScreenTest, ShowsGreyLevels) {
+    const XvfbServer server("99x60x8", {"-cc", GetParam().visualClass});
     useDisplay(server.display());
     Painter painter(server.display());
     const std::uint8_t levels[]{0, 60, 128, 255};
@@ -255,20 +308,108 @@ TEST(GreyScreenTest, ShowsGreyLevels) {
     painter.sync();
     const Image image = imageOf(0, 0, 4, 1);
     for (std::size_t i = 0; i < std::size(levels); ++i) {
-        EXPECT_NEAR(pixelAt(image.get(), i, 0).red, levels[i], 1);
-        EXPECT_NEAR(pixelAt(image.get(), i, 0).blue, levels[i], 1);
+        const Pixel pixel = pixelAt(image.get(), i, 0);
+        EXPECT_NEAR(pixel.red, levels[i], 1);
+        EXPECT_EQ(pixel, (Pixel{pixel.red, pixel.red, pixel.red, 255}));
     }
 }
 
-// An odd width, so that rows of less than 32 bits a pixel have padding.
-INSTANTIATE_TEST_SUITE_P(Depths, DepthTest,
-                         testing::Values(DepthCase{"PseudoColor8", "99x60x8", {"-cc", "3"}, 1},
-                                         DepthCase{"TrueColor8", "99x60x8", {"-cc", "4"}, 43},
-                                         DepthCase{"TrueColor15", "99x60x15", {}, 5},
-                                         DepthCase{"TrueColor16", "99x60x16", {}, 5},
-                                         DepthCase{"TrueColor24", "99x60x24", {}, 0},
-                                         DepthCase{"Packed24", "99x60x24", {"-pixdepths", "24"}, 0},
-                                         DepthCase{"TrueColor30", "99x60x30", {}, 1}),
+INSTANTIATE_TEST_SUITE_P(Classes, GreyScreenTest,
+                         testing::Values(GreyCase{"StaticGray", "0"}, GreyCase{"GrayScale", "1"}),
                          [](const auto& instance) { return instance.param.name; });
+
+/* A client with a place in the palette of a server's screen, with which it fills the screen. */
+class PaletteCell {
+  public:
+    explicit PaletteCell(const std::string& display)
+        : connection_(xcb_connect(display.c_str(), nullptr)),
+          screen_(xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data) {
+        const auto cookie =
+            xcb_alloc_color_cells(connection_.get(), 0, screen_->default_colormap, 1, 0);
+        const Reply<xcb_alloc_color_cells_reply_t> reply(
+            xcb_alloc_color_cells_reply(connection_.get(), cookie, nullptr));
+        if (reply == nullptr)
+            throw std::runtime_error("the server's palette cannot be changed");
+        pixel_ = *xcb_alloc_color_cells_pixels(reply.get());
+        xcb_change_window_attributes(connection_.get(), screen_->root, XCB_CW_BACK_PIXEL, &pixel_);
+        xcb_clear_area(connection_.get(), 0, screen_->root, 0, 0, 0, 0);
+    }
+
+    /* The server has done so on return. */
+    void setColor(Color color) const {
+        const auto wide = [](std::uint8_t part) { return static_cast<std::uint16_t>(part * 257); };
+        const xcb_coloritem_t item{pixel_,
+                                   wide(color.red),
+                                   wide(color.green),
+                                   wide(color.blue),
+                                   XCB_COLOR_FLAG_RED | XCB_COLOR_FLAG_GREEN | XCB_COLOR_FLAG_BLUE,
+                                   0};
+        xcb_store_colors(connection_.get(), screen_->default_colormap, 1, &item);
+        const Reply<xcb_get_input_focus_reply_t> done(xcb_get_input_focus_reply(
+            connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
+    }
+
+  private:
+    struct Free {
+        void operator()(void* reply) const { std::free(reply); }
+        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+    };
+    template <typename T>
+    using Reply = std::unique_ptr<T, Free>;
+
+    const std::unique_ptr<xcb_connection_t, Free> connection_;
+    const xcb_screen_t* const screen_;
+    std::uint32_t pixel_ = 0;
+};
+
+struct PaletteCase {
+    const char* name;
+    const char* visualClass;  // its number in the protocol
+    Pixel before;
+    Pixel after;
+};
+
+class PaletteTest : public testing::TestWithParam<PaletteCase> {
+  protected:
+    PaletteTest() { useDisplay(server_.display()); }
+
+    const XvfbServer server_{"99x60x8", {"-cc", GetParam().visualClass}};
+    const PaletteCell cell_{server_.display()};
+};
+
+TEST_P(PaletteTest, ChangedColourIsInTheNextImageAndInNoneOfBefore) {
+    cell_.setColor(GetParam().before.color());
+    const Image first = imageOf(0, 0, 99, 60);
+    cell_.setColor(GetParam().after.color());
+    const Image next = imageOf(0, 0, 99, 60);
+    EXPECT_EQ(pixelAt(first.get(), 50, 30), GetParam().before);
+    EXPECT_EQ(pixelAt(next.get(), 50, 30), GetParam().after);
+}
+
+TEST_P(PaletteTest, NoImageMixesColoursOfBeforeAndAfterAChange) {
+    cell_.setColor(GetParam().before.color());
+    const std::jthread changes([this](const std::stop_token& stop) {
+        for (bool isBefore = false; !stop.stop_requested(); isBefore = !isBefore)
+            cell_.setColor((isBefore ? GetParam().before : GetParam().after).color());
+    });
+    int befores = 0;
+    int afters = 0;
+    const bool seenBoth = eventually([&] {
+        const Image image = imageOf(0, 0, 99, 60);
+        const Pixel pixel = pixelAt(image.get(), 0, 0);
+        for (std::size_t i = 0; i < std::size_t{99} * 60; i += 7)
+            EXPECT_EQ(pixelAt(image.get(), i % 99, i / 99), pixel);
+        befores += pixel == GetParam().before ? 1 : 0;
+        afters += pixel == GetParam().after ? 1 : 0;
+        return befores >= 20 && afters >= 20;
+    });
+    EXPECT_TRUE(seenBoth) << befores << " and " << afters;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Classes, PaletteTest,
+    testing::Values(PaletteCase{"PseudoColor", "3", {30, 200, 10, 255}, {90, 10, 200, 255}},
+                    PaletteCase{"GrayScale", "1", {40, 40, 40, 255}, {200, 200, 200, 255}}),
+    [](const auto& instance) { return instance.param.name; });
 
 }  // namespace

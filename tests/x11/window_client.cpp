@@ -186,6 +186,8 @@ void WindowClient::setBackdrop(Color even, Color odd, std::uint16_t square) cons
     fillDrawable(pixmap, {middle, 0, square, square}, odd);
     fillDrawable(pixmap, {0, middle, square, square}, odd);
     setRootProperty("_XROOTPMAP_ID", XCB_ATOM_PIXMAP, pixmap);
+    xcb_change_window_attributes(connection_.get(), screen_->root, XCB_CW_BACK_PIXMAP, &pixmap);
+    xcb_clear_area(connection_.get(), 0, screen_->root, 0, 0, 0, 0);
 }
 
 void WindowClient::setRootProperty(const char* name, xcb_atom_t type, std::uint32_t value) const {

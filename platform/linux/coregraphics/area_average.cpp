@@ -1,7 +1,6 @@
 #include "coregraphics/area_average.h"
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 namespace qor::coregraphics {
@@ -14,7 +13,7 @@ constexpr std::size_t kChannels = 3;
 struct Share {
     std::size_t source;
     std::size_t target;
-    std::uint32_t weight;  // of a target pixel's sum, which is the source's length
+    std::uint16_t weight;  // of a target pixel's sum, which is the source's length
 };
 
 /* Both lengths are divided into source * target units, so that every share is a whole number. */
@@ -26,7 +25,7 @@ std::vector<Share> sharesOf(std::size_t source, std::size_t target) {
         const std::size_t sourceEnd = (i + 1) * target;
         const std::size_t targetEnd = (j + 1) * source;
         const std::size_t to = std::min(sourceEnd, targetEnd);
-        shares.push_back({i, j, static_cast<std::uint32_t>(to - from)});
+        shares.push_back({i, j, static_cast<std::uint16_t>(to - from)});
         i += to == sourceEnd ? 1 : 0;
         j += to == targetEnd ? 1 : 0;
         from = to;
@@ -34,14 +33,21 @@ std::vector<Share> sharesOf(std::size_t source, std::size_t target) {
     return shares;
 }
 
-void addAcross(const std::uint8_t* row, const std::vector<Share>& shares,
-               std::vector<std::uint32_t>& sums) {
-    std::ranges::fill(sums, 0U);
+/* weight is a share's, so a product has no more than 23 bits, and no more have the sums of a
+ * column, whose weights add up to the picture's height. */
+void addDown(const std::uint8_t* row, std::uint16_t weight, std::vector<std::uint32_t>& columns) {
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        columns[i] += static_cast<std::uint32_t>(row[i] * weight);
+}
+
+void addAcross(const std::vector<std::uint32_t>& columns, const std::vector<Share>& shares,
+               std::vector<std::uint64_t>& sums) {
+    std::ranges::fill(sums, std::uint64_t{0});
     for (const Share& share : shares) {
-        const std::uint8_t* const pixel = row + share.source * kBytesPerPixel;
-        std::uint32_t* const sum = sums.data() + share.target * kChannels;
+        const std::uint32_t* const column = columns.data() + share.source * kBytesPerPixel;
+        std::uint64_t* const sum = sums.data() + share.target * kChannels;
         for (std::size_t channel = 0; channel < kChannels; ++channel)
-            sum[channel] += share.weight * pixel[channel];
+            sum[channel] += std::uint64_t{share.weight} * column[channel];
     }
 }
 
@@ -52,28 +58,27 @@ void averageArea(const Picture& picture, Size target, std::size_t firstRow, std:
     const std::vector<Share> across = sharesOf(picture.size.width, target.width);
     const std::vector<Share> down = sharesOf(picture.size.height, target.height);
     const std::uint64_t whole = std::uint64_t{picture.size.width} * picture.size.height;
-    std::vector<std::uint32_t> rowSums(target.width * kChannels);
-    std::vector<std::uint64_t> sums(rowSums.size());
-    std::vector<std::uint8_t> means(rowSums.size());
+    std::vector<std::uint32_t> columns(picture.size.width * kBytesPerPixel);
+    std::vector<std::uint64_t> sums(target.width * kChannels);
+    std::vector<std::uint8_t> means(sums.size());
 
-    std::size_t summedRow = picture.size.height;  // none yet
+    // Down first: that is the same simple step for all bytes of a row, several of them at once, and
+    // leaves as few rows as the target has to be summed across.
     for (auto share = down.begin(); share != down.end(); ++share) {
         if (share->target < firstRow)
             continue;
         if (share->target >= endRow)
             return;
-        if (std::exchange(summedRow, share->source) != share->source)
-            addAcross(picture.pixels + share->source * picture.bytesPerRow, across, rowSums);
-        for (std::size_t i = 0; i < sums.size(); ++i)
-            sums[i] += std::uint64_t{share->weight} * rowSums[i];
+        addDown(picture.pixels + share->source * picture.bytesPerRow, share->weight, columns);
         const auto next = share + 1;
         if (next != down.end() && next->target == share->target)
             continue;
+        addAcross(columns, across, sums);
+        std::ranges::fill(columns, 0U);
         std::ranges::transform(sums, means.begin(), [whole](std::uint64_t sum) {
             return static_cast<std::uint8_t>((sum + whole / 2) / whole);
         });
         takeRow(share->target, means);
-        std::ranges::fill(sums, std::uint64_t{0});
     }
 }
 

@@ -15,54 +15,53 @@ using qor::coregraphics::Size;
 
 namespace {
 
-constexpr std::size_t kBytesPerPixel = 4;
 constexpr std::size_t kLargestSize = 32767;
 constexpr double kFarthestOrigin = 1 << 30;
-constexpr std::uint8_t kOpaque = 255;
 
-/* Where a pixel's components lie, as byte offsets. */
+/* A pixel as one number, and the order in which memory has its bytes. */
 struct PixelLayout {
-    std::size_t red;
-    std::size_t green;
-    std::size_t blue;
-    std::size_t alpha;
+    std::size_t bytes;
+    std::uint32_t largest;  // value of a component
+    unsigned red;           // the place of its lowest bit, as those of the others
+    unsigned green;
+    unsigned blue;
+    std::uint32_t opaque;  // what alpha is where there is none
+    bool isLittleEndian = false;
 };
 
-std::optional<bool> isAlphaFirst(std::uint32_t bitmapInfo) {
-    switch (bitmapInfo & kCGBitmapAlphaInfoMask) {
+constexpr PixelLayout kAlphaFirst{4, 255, 16, 8, 0, 0xff000000};
+constexpr PixelLayout kAlphaLast{4, 255, 24, 16, 8, 0x000000ff};
+constexpr PixelLayout kFiveBits{2, 31, 10, 5, 0, 0x8000};
+
+std::optional<PixelLayout> componentsOf(std::size_t bitsPerComponent, std::uint32_t alphaInfo) {
+    if (bitsPerComponent == 5 && alphaInfo == kCGImageAlphaNoneSkipFirst)
+        return kFiveBits;
+    if (bitsPerComponent != 8)
+        return std::nullopt;
+    switch (alphaInfo) {
         case kCGImageAlphaPremultipliedFirst:
         case kCGImageAlphaNoneSkipFirst:
-            return true;
+            return kAlphaFirst;
         case kCGImageAlphaPremultipliedLast:
         case kCGImageAlphaNoneSkipLast:
-            return false;
+            return kAlphaLast;
         default:
             return std::nullopt;
     }
 }
 
-std::optional<bool> isLittleEndian(std::uint32_t bitmapInfo) {
-    switch (bitmapInfo & ~std::uint32_t{kCGBitmapAlphaInfoMask}) {
-        case kCGBitmapByteOrder32Little:
-            return true;
-        case kCGBitmapByteOrderDefault:
-        case kCGBitmapByteOrder32Big:
-            return false;
-        default:
-            return std::nullopt;
-    }
-}
-
-std::optional<PixelLayout> layoutOf(std::uint32_t bitmapInfo) {
-    const auto alphaFirst = isAlphaFirst(bitmapInfo);
-    const auto littleEndian = isLittleEndian(bitmapInfo);
-    if (!alphaFirst || !littleEndian)
+std::optional<PixelLayout> layoutOf(std::size_t bitsPerComponent, std::uint32_t bitmapInfo) {
+    auto layout = componentsOf(bitsPerComponent, bitmapInfo & kCGBitmapAlphaInfoMask);
+    if (!layout)
         return std::nullopt;
-    const PixelLayout bigEndian = *alphaFirst ? PixelLayout{1, 2, 3, 0} : PixelLayout{0, 1, 2, 3};
-    if (!*littleEndian)
-        return bigEndian;
-    return PixelLayout{3 - bigEndian.red, 3 - bigEndian.green, 3 - bigEndian.blue,
-                       3 - bigEndian.alpha};
+    const bool isShort = layout->bytes == 2;
+    const std::uint32_t little = isShort ? kCGBitmapByteOrder16Little : kCGBitmapByteOrder32Little;
+    const std::uint32_t big = isShort ? kCGBitmapByteOrder16Big : kCGBitmapByteOrder32Big;
+    const std::uint32_t order = bitmapInfo & ~std::uint32_t{kCGBitmapAlphaInfoMask};
+    if (order != little && order != big && order != kCGBitmapByteOrderDefault)
+        return std::nullopt;
+    layout->isLittleEndian = order == little;
+    return layout;
 }
 
 bool isSize(std::size_t length) {
@@ -111,12 +110,21 @@ struct CGContext final : qor::corefoundation::Object {
 
     /* y counts from the top. bgr holds the components of the columns from x on. */
     void store(std::size_t x, std::size_t y, std::span<const std::uint8_t> bgr) const {
-        std::uint8_t* pixel = bytes + y * bytesPerRow + x * kBytesPerPixel;
-        for (std::size_t i = 0; i + 2 < bgr.size(); i += 3, pixel += kBytesPerPixel) {
-            pixel[layout.blue] = bgr[i];
-            pixel[layout.green] = bgr[i + 1];
-            pixel[layout.red] = bgr[i + 2];
-            pixel[layout.alpha] = kOpaque;
+        std::uint8_t* pixel = bytes + y * bytesPerRow + x * layout.bytes;
+        for (std::size_t i = 0; i + 2 < bgr.size(); i += 3, pixel += layout.bytes)
+            storePixel(pixel, layout.opaque | component(bgr[i], layout.blue) |
+                                  component(bgr[i + 1], layout.green) |
+                                  component(bgr[i + 2], layout.red));
+    }
+
+    std::uint32_t component(std::uint8_t value, unsigned place) const {
+        return (value * layout.largest + 127) / 255 << place;
+    }
+
+    void storePixel(std::uint8_t* target, std::uint32_t pixel) const {
+        for (std::size_t i = 0; i < layout.bytes; ++i) {
+            const std::size_t place = layout.isLittleEndian ? i : layout.bytes - 1 - i;
+            target[i] = static_cast<std::uint8_t>(pixel >> (8 * place));
         }
     }
 
@@ -152,10 +160,10 @@ void draw(const CGContext& context, const Span& columns, const Span& rowsFromBot
 
 CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
                                    size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo) {
-    const auto layout = layoutOf(bitmapInfo);
-    if (data == nullptr || space == nullptr || !layout || bitsPerComponent != 8)
+    const auto layout = layoutOf(bitsPerComponent, bitmapInfo);
+    if (data == nullptr || space == nullptr || !layout)
         return nullptr;
-    if (!isSize(width) || !isSize(height) || bytesPerRow < width * kBytesPerPixel)
+    if (!isSize(width) || !isSize(height) || bytesPerRow < width * layout->bytes)
         return nullptr;
     return qor::corefoundation::create<CGContext>(data, Size{width, height}, bytesPerRow, *layout)
         .release();

@@ -18,10 +18,11 @@ struct PixelRect {
     friend bool operator==(const PixelRect&, const PixelRect&) = default;
 };
 
-/* Rows from the top down, four bytes a pixel: blue, green, red, unused. The memory goes back to
- * whatever lent it, for reuse, when the last copy of bytes is gone; it is not written before. */
+/* Rows from the top down, four bytes a pixel: blue, green, red, alpha. The memory goes back to
+ * whatever lent it, for reuse, when the last copy of bytes is gone. It is written by its only
+ * owner, until an image is made of it, and by nobody afterwards. */
 struct PixelBuffer {
-    std::shared_ptr<const std::byte> bytes;
+    std::shared_ptr<std::byte> bytes;
     std::size_t width = 0;
     std::size_t height = 0;
     std::size_t bytesPerRow = 0;

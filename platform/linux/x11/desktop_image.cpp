@@ -27,6 +27,15 @@ std::shared_ptr<std::byte> allocateZeroed(std::size_t size) {
     return memory;
 }
 
+/* The rows have no gaps, as their pixels take four bytes. */
+void convertInPlace(const PixelFormat& format, std::byte* rows, const PixelRect& visible) {
+    if (lacksOnlyAlpha(format))
+        makeOpaque(rows, std::size_t{visible.width} * visible.height);
+    else if (!isNative(format))
+        convertPixels(format, rows, visible.width, visible.height, rows,
+                      rowBytes(format, visible.width));
+}
+
 void copyRows(const std::byte* source, const PixelRect& visible, std::byte* target,
               std::size_t targetRowBytes) {
     const std::size_t rowBytes = visible.width * kBytesPerPixel;
@@ -50,22 +59,46 @@ PixelRect intersection(const PixelRect& a, const PixelRect& b) {
             static_cast<std::uint32_t>(bottom - top)};
 }
 
+PixelRect around(const PixelRect& a, const PixelRect& b) {
+    const auto right = [](const PixelRect& r) { return r.x + static_cast<std::int32_t>(r.width); };
+    const auto bottom = [](const PixelRect& r) {
+        return r.y + static_cast<std::int32_t>(r.height);
+    };
+    const std::int32_t x = std::min(a.x, b.x);
+    const std::int32_t y = std::min(a.y, b.y);
+    return {x, y, static_cast<std::uint32_t>(std::max(right(a), right(b)) - x),
+            static_cast<std::uint32_t>(std::max(bottom(a), bottom(b)) - y)};
+}
+
 PixelBuffer desktopImage(const PixelRect& area, const PixelRect& visible, const PixelFormat& format,
-                         std::shared_ptr<const std::byte> rows) {
+                         std::shared_ptr<std::byte> rows) {
     const std::size_t rowBytes = area.width * kBytesPerPixel;
-    if (visible == area && isNative(format))
+    const bool fitsInPlace = format.bitsPerPixel == 8 * kBytesPerPixel;
+    if (fitsInPlace)
+        convertInPlace(format, rows.get(), visible);
+    if (fitsInPlace && visible == area)
         return {std::move(rows), area.width, area.height, rowBytes};
 
     auto image = allocateZeroed(rowBytes * area.height);
     if (!visible.empty()) {
         std::byte* corner = image.get() + static_cast<std::size_t>(visible.y - area.y) * rowBytes +
                             static_cast<std::size_t>(visible.x - area.x) * kBytesPerPixel;
-        if (isNative(format))
+        if (fitsInPlace)
             copyRows(rows.get(), visible, corner, rowBytes);
         else
             convertPixels(format, rows.get(), visible.width, visible.height, corner, rowBytes);
     }
     return {std::move(image), area.width, area.height, rowBytes};
+}
+
+void put(const PixelBuffer& pixels, const PixelRect& part, const PixelRect& area,
+         const PixelBuffer& image) {
+    std::byte* target = image.bytes.get() +
+                        static_cast<std::size_t>(part.y - area.y) * image.bytesPerRow +
+                        static_cast<std::size_t>(part.x - area.x) * kBytesPerPixel;
+    for (std::size_t y = 0; y < pixels.height; ++y)
+        std::memcpy(target + y * image.bytesPerRow, pixels.bytes.get() + y * pixels.bytesPerRow,
+                    pixels.width * kBytesPerPixel);
 }
 
 PixelBuffer partsOf(const PixelBuffer& image, const PixelRect& area,

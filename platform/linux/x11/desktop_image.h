@@ -14,13 +14,19 @@ namespace qor::x11 {
 coregraphics::PixelRect intersection(const coregraphics::PixelRect& a,
                                      const coregraphics::PixelRect& b);
 
+/* The smallest rectangle that holds both. */
+coregraphics::PixelRect around(const coregraphics::PixelRect& a, const coregraphics::PixelRect& b);
+
 /* An image of area, zero outside visible. visible lies in area; rows are its rows in the server's
- * format, or null if it is empty. Rows that are right as they are become the image, without a copy.
- * Throws std::bad_alloc. */
+ * format, or null if it is empty, and nobody else uses them: where they are the whole area at 32
+ * bits a pixel they become the image, converted in place. Throws std::bad_alloc. */
 coregraphics::PixelBuffer desktopImage(const coregraphics::PixelRect& area,
                                        const coregraphics::PixelRect& visible,
-                                       const PixelFormat& format,
-                                       std::shared_ptr<const std::byte> rows);
+                                       const PixelFormat& format, std::shared_ptr<std::byte> rows);
+
+/* Puts pixels in the place of those of an image. part lies in area, which the image is of. */
+void put(const coregraphics::PixelBuffer& pixels, const coregraphics::PixelRect& part,
+         const coregraphics::PixelRect& area, const coregraphics::PixelBuffer& image);
 
 /* The same image, zero outside the given parts of its area. Throws std::bad_alloc. */
 coregraphics::PixelBuffer partsOf(const coregraphics::PixelBuffer& image,

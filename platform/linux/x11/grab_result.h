@@ -16,7 +16,8 @@ enum class GrabStatus {
 
 struct GrabResult {
     GrabStatus status = GrabStatus::noAnswer;
-    std::shared_ptr<const std::byte> bytes = nullptr;  // rows in the server's format, if done
+    // Rows in the server's format, if done. Nobody else writes to them.
+    std::shared_ptr<std::byte> bytes = nullptr;
     std::string reason = {};
 };
 

@@ -70,7 +70,7 @@ GrabResult ImageTransport::grabPlain(xcb_drawable_t drawable, const PixelRect& a
                 "the server refuses the image, error " + std::to_string(request.errorCode())};
     if (static_cast<std::size_t>(xcb_get_image_data_length(reply.get())) < size)
         return {GrabStatus::unavailable, nullptr, "the server sent less than the image"};
-    const auto* data = reinterpret_cast<const std::byte*>(xcb_get_image_data(reply.get()));
+    auto* data = reinterpret_cast<std::byte*>(xcb_get_image_data(reply.get()));
     return {GrabStatus::done, {std::move(reply), data}};
 }
 

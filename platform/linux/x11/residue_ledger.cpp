@@ -18,17 +18,6 @@ PixelRect movedBy(const PixelRect& rect, std::int32_t x, std::int32_t y) {
     return {rect.x + x, rect.y + y, rect.width, rect.height};
 }
 
-PixelRect around(const PixelRect& a, const PixelRect& b) {
-    const auto right = [](const PixelRect& r) { return r.x + static_cast<std::int32_t>(r.width); };
-    const auto bottom = [](const PixelRect& r) {
-        return r.y + static_cast<std::int32_t>(r.height);
-    };
-    const std::int32_t x = std::min(a.x, b.x);
-    const std::int32_t y = std::min(a.y, b.y);
-    return {x, y, static_cast<std::uint32_t>(std::max(right(a), right(b)) - x),
-            static_cast<std::uint32_t>(std::max(bottom(a), bottom(b)) - y)};
-}
-
 }  // namespace
 
 void ResidueLedger::appeared(Window window, const PixelRect& box, bool isMapped) {

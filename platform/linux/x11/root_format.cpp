@@ -1,6 +1,8 @@
 #include "x11/root_format.h"
 
 #include <algorithm>
+#include <bit>
+#include <functional>
 #include <numeric>
 #include <span>
 
@@ -27,14 +29,34 @@ const xcb_format_t* findFormat(const xcb_setup_t* setup, unsigned depth) {
     return format == formats.end() ? nullptr : &*format;
 }
 
-bool hasPalette(const xcb_visualtype_t& visual) {
-    return visual._class != XCB_VISUAL_CLASS_TRUE_COLOR &&
-           visual._class != XCB_VISUAL_CLASS_DIRECT_COLOR;
+enum class Coloring { ownColor, index, indexPerComponent };
+
+Coloring coloringOf(const xcb_visualtype_t& visual) {
+    if (visual._class == XCB_VISUAL_CLASS_TRUE_COLOR)
+        return Coloring::ownColor;
+    return visual._class == XCB_VISUAL_CLASS_DIRECT_COLOR ? Coloring::indexPerComponent
+                                                          : Coloring::index;
+}
+
+/* The pixel of which each component is index, as far as it is that large. */
+std::uint32_t pixelOf(const xcb_visualtype_t& visual, std::uint32_t index) {
+    std::uint32_t pixel = 0;
+    for (const std::uint32_t mask : {visual.red_mask, visual.green_mask, visual.blue_mask})
+        pixel |= mask == 0 ? 0 : index << std::countr_zero(mask) & mask;
+    return pixel;
+}
+
+/* A pixel of 32 significant bits has alpha in those that no colour takes. */
+std::uint32_t alphaMaskOf(const xcb_visualtype_t& visual, unsigned depth) {
+    return depth == 32 ? ~(visual.red_mask | visual.green_mask | visual.blue_mask) : 0;
 }
 
 xcb_query_colors_cookie_t queryColors(Connection& connection, unsigned size) {
     std::vector<std::uint32_t> pixels(size);
     std::iota(pixels.begin(), pixels.end(), 0U);
+    const xcb_visualtype_t* visual = findRootVisual(connection.screen());
+    if (visual != nullptr && coloringOf(*visual) == Coloring::indexPerComponent)
+        std::ranges::transform(pixels, pixels.begin(), std::bind_front(pixelOf, *visual));
     return xcb_query_colors(connection.handle(), connection.screen().default_colormap, size,
                             pixels.data());
 }
@@ -53,8 +75,13 @@ std::optional<RootFormat> findRootFormat(const Connection& connection) {
                    .mostSignificantByteFirst = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST,
                    .redMask = visual->red_mask,
                    .greenMask = visual->green_mask,
-                   .blueMask = visual->blue_mask};
-    root.paletteSize = hasPalette(*visual) ? visual->colormap_entries : 0;
+                   .blueMask = visual->blue_mask,
+                   .alphaMask = alphaMaskOf(*visual, connection.screen().root_depth)};
+    if (coloringOf(*visual) != Coloring::ownColor)
+        root.paletteSize = visual->colormap_entries;
+    // Some visuals of indexes tell masks too.
+    if (coloringOf(*visual) == Coloring::index)
+        root.pixels.redMask = root.pixels.greenMask = root.pixels.blueMask = 0;
     return isConvertible(root.pixels) ? std::optional(root) : std::nullopt;
 }
 

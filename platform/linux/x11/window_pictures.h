@@ -72,8 +72,8 @@ class WindowPictures {
     enum class Outcome { done, changed, failed };
     struct Composed {
         Outcome outcome = Outcome::failed;
-        std::shared_ptr<const std::byte> bytes = nullptr;  // if done
-        std::vector<coregraphics::PixelRect> parts = {};   // that the top window covers
+        std::shared_ptr<std::byte> bytes = nullptr;       // if done
+        std::vector<coregraphics::PixelRect> parts = {};  // that the top window covers
     };
 
     bool findAtoms();

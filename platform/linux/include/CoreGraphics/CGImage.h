@@ -17,7 +17,7 @@ extern "C" {
 
 typedef struct CGImage* CGImageRef;
 
-/* Where a pixel keeps its alpha; first means the most significant byte of the 32-bit pixel. */
+/* Where a pixel keeps its alpha; first means the most significant bits of the pixel. */
 CF_ENUM(uint32_t, CGImageAlphaInfo){
     kCGImageAlphaNone,
     kCGImageAlphaPremultipliedLast,
@@ -29,10 +29,11 @@ CF_ENUM(uint32_t, CGImageAlphaInfo){
     kCGImageAlphaOnly,
 };
 
-/* The order of a pixel's bytes, or-ed to a CGImageAlphaInfo. Default is 32Big. */
+/* The order of a pixel's bytes, or-ed to a CGImageAlphaInfo. Default is big. */
 CF_OPTIONS(uint32_t, CGBitmapInfo){
-    kCGBitmapAlphaInfoMask = 0x1F,       kCGBitmapByteOrderMask = 0x7000,
-    kCGBitmapByteOrderDefault = 0 << 12, kCGBitmapByteOrder32Little = 2 << 12,
+    kCGBitmapAlphaInfoMask = 0x1F,        kCGBitmapByteOrderMask = 0x7000,
+    kCGBitmapByteOrderDefault = 0 << 12,  kCGBitmapByteOrder16Little = 1 << 12,
+    kCGBitmapByteOrder32Little = 2 << 12, kCGBitmapByteOrder16Big = 3 << 12,
     kCGBitmapByteOrder32Big = 4 << 12,
 };
 
@@ -40,8 +41,8 @@ CF_OPTIONS(uint32_t, CGBitmapInfo){
 size_t CGImageGetWidth(CGImageRef image);
 size_t CGImageGetHeight(CGImageRef image);
 
-/* Always 8 and 32 for a screen image: bytes blue, green, red, and one without meaning, which holds
- * what the server leaves in it, or 255 if the server's format had to be converted. */
+/* Always 8 and 32 for a screen image: bytes blue, green, red, and alpha, which is 255 where the
+ * screen has none, and 0 with the others where the image reaches past what it shows. */
 size_t CGImageGetBitsPerComponent(CGImageRef image);
 size_t CGImageGetBitsPerPixel(CGImageRef image);
 
