@@ -17,7 +17,8 @@ packages_of_run=(xvfb)
 packages_of_test=(
     libgtest-dev libgmock-dev
     imagemagick x11-xserver-utils
-    clang clang-format abigail-tools git python3
+    xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
+    clang clang-format libclang-rt-dev abigail-tools git python3
 )
 
 # shellcheck disable=SC2034

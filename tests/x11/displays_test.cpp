@@ -1,7 +1,6 @@
 /* What the display list and the displays' descriptions say. */
-#include <IOKit/graphics/IOGraphicsLib.h>
-
 #include "screen_test.h"
+#include "shown_displays.h"
 
 namespace {
 
@@ -15,18 +14,6 @@ class DisplaysTest : public testing::Test {
   private:
     std::unique_ptr<XvfbServer> server_;
 };
-
-std::string productName(CGDirectDisplayID display) {
-    const Owned<const __CFDictionary> info(IODisplayCreateInfoDictionary(
-        CGDisplayIOServicePort(display), kIODisplayOnlyPreferredName));
-    if (info == nullptr)
-        return "no description";
-    const auto names =
-        static_cast<CFDictionaryRef>(CFDictionaryGetValue(info.get(), CFSTR(kDisplayProductName)));
-    if (names == nullptr)
-        return "no name";
-    return text(static_cast<CFStringRef>(CFDictionaryGetValue(names, CFSTR("en_US"))));
-}
 
 TEST_F(DisplaysTest, CountIsGivenWithoutRoomForIdentifiers) {
     start("800x600x24");

@@ -6,8 +6,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
+#include <random>
 #include <string_view>
 #include <vector>
+
+#include "../fuzz/product_name_rule.h"
 
 namespace {
 
@@ -103,6 +106,54 @@ TEST(EdidTest, WrongMagicIsNoticedEvenIfTheSumIsRight) {
     Bytes edid = description("Desk 27\n");
     std::swap(edid[0], edid[1]);
     EXPECT_EQ(productName(edid), std::nullopt);
+}
+
+/* Descriptions that were damaged at random, in the same way each time. Half of them have a right
+ * sum again, as the others do not come past it. */
+class DamagedDescriptions {
+  public:
+    Bytes next() {
+        Bytes edid = description(kNames[below(std::size(kNames))], below(4));
+        edid.resize(128 * (1 + below(3)));
+        for (std::size_t damages = 1 + below(8); damages > 0; --damages)
+            edid[below(128)] = static_cast<std::uint8_t>(random_());
+        for (std::size_t i = 0; i < 13 && below(2) == 0; ++i)
+            edid[54 + 18 * below(4) + 5 + i] = static_cast<std::uint8_t>(random_());
+        if (below(2) == 0)
+            makeSumRight(edid);
+        if (below(16) == 0)
+            edid.resize(below(edid.size() + 1));
+        return edid;
+    }
+
+  private:
+    static constexpr std::string_view kNames[]{"Desk 27\n", "\xff\xfe\xfd\xfc\xfb\xfa", "   ",
+                                               "Thirteen Byte", "\x01\x7f\xb3\x80\n"};
+
+    std::size_t below(std::size_t bound) { return random_() % bound; }
+
+    std::mt19937 random_{7};
+};
+
+TEST(EdidTest, NamesInDamagedDescriptionsAreFitToBeShown) {
+    constexpr int kDescriptions = 300'000;
+    DamagedDescriptions descriptions;
+    int named = 0;
+    for (int i = 0; i < kDescriptions; ++i) {
+        const Bytes edid = descriptions.next();
+        const auto name = productName(edid);
+        named += name ? 1 : 0;
+        ASSERT_TRUE(!name || isProductName(*name)) << "description " << i << ": " << *name;
+    }
+    EXPECT_GT(named, kDescriptions / 5);  // so many came as far as the name's decoding
+}
+
+TEST(EdidTest, RuleForNamesNoticesUnfitOnes) {
+    for (const std::string_view unfit :
+         {"", " a", "a ", "a\tb", "\x7f", "\xc2\x85", "\xff", "\xc3", "\xc0\xaf", "\xed\xa0\x80",
+          "\xf4\x90\x80\x80", "12345678901234"})
+        EXPECT_FALSE(isProductName(unfit)) << unfit;
+    EXPECT_TRUE(isProductName("\xe2\x94\x82 \xc2\xb2 27"));
 }
 
 }  // namespace

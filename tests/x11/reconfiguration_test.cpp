@@ -1,11 +1,7 @@
 /* Displays that change while they are asked about. */
-#include <IOKit/graphics/IOGraphicsLib.h>
-
-#include <array>
-#include <numeric>
-
 #include "randr_client.h"
 #include "screen_test.h"
+#include "shown_displays.h"
 
 namespace {
 
@@ -16,11 +12,6 @@ constexpr ModeTiming kLargeMode{640, 480, 60'000'000, 1000, 600, 0};
 class ReconfigurationTest : public testing::Test {
   protected:
     void SetUp() override { useDisplay(server_.display()); }
-
-    double refreshRate() const {
-        const Mode mode(CGDisplayCopyDisplayMode(randr_.output()));
-        return CGDisplayModeGetRefreshRate(mode.get());
-    }
 
     void paintWhole(Color color) const {
         Painter painter(server_.display());
@@ -97,7 +88,7 @@ class RefreshRateTest : public ReconfigurationTest, public testing::WithParamInt
 
 TEST_P(RefreshRateTest, IsTheRateOfWholeRedraws) {
     randr_.setMode(GetParam().mode);
-    EXPECT_DOUBLE_EQ(refreshRate(), GetParam().refreshRate);
+    EXPECT_DOUBLE_EQ(refreshRate(randr_.output()), GetParam().refreshRate);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -113,30 +104,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Timing{"WithoutTotals", {400, 300, 30'000'000, 0, 0, 0}, 0.0}),
     [](const auto& instance) { return instance.param.name; });
 
-/* A display's description with the given 13 bytes as the product name. */
-std::array<std::uint8_t, 128> edidNamed(const char (&name)[14]) {
-    std::array<std::uint8_t, 128> edid{0, 255, 255, 255, 255, 255, 255, 0};
-    edid[54 + 3] = 0xfc;
-    std::copy_n(name, 13, edid.begin() + 54 + 5);
-    edid[127] = static_cast<std::uint8_t>(0U - std::accumulate(edid.begin(), edid.end(), 0U));
-    return edid;
-}
-
-std::string productName(CGDirectDisplayID display) {
-    const Owned<const __CFDictionary> info(IODisplayCreateInfoDictionary(
-        CGDisplayIOServicePort(display), kIODisplayOnlyPreferredName));
-    const auto names =
-        static_cast<CFDictionaryRef>(CFDictionaryGetValue(info.get(), CFSTR("DisplayProductName")));
-    return text(static_cast<CFStringRef>(CFDictionaryGetValue(names, CFSTR("en_US"))));
-}
-
 TEST_F(ReconfigurationTest, NameComesFromTheDescriptionData) {
-    randr_.setEdid(edidNamed("Desk 27\n     "));
+    randr_.setEdid(edidNamed("Desk 27"));
     EXPECT_EQ(productName(onlyDisplay()), "Desk 27");
 }
 
 TEST_F(ReconfigurationTest, DamagedDescriptionDataLeavesTheOutputsName) {
-    auto edid = edidNamed("Desk 27\n     ");
+    auto edid = edidNamed("Desk 27");
     edid[127] ^= 1;
     randr_.setEdid(edid);
     EXPECT_EQ(productName(onlyDisplay()), "screen");

@@ -55,8 +55,8 @@ class WindowClient {
     /* 0 to 1. */
     void setOpacity(xcb_window_t window, double opacity) const;
     void setShape(xcb_window_t window, const std::vector<Area>& parts) const;
-    /* A background of two colours in squares, as desktops leave it: it is the root window's own, and
-     * told to compositing managers. */
+    /* A background of two colours in squares, as desktops leave it: it is the root window's own,
+     * and told to compositing managers. */
     void setBackdrop(Color even, Color odd, std::uint16_t square) const;
     void setRootProperty(const char* name, xcb_atom_t type, std::uint32_t value) const;
 

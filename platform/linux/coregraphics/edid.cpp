@@ -39,12 +39,11 @@ bool isDescription(Bytes edid) {
            std::accumulate(base.begin(), base.end(), 0U) % 256 == 0;
 }
 
+/* Appends a character that is not of ASCII. */
 void appendUtf8(std::string& text, char16_t character) {
     const auto byte = [](unsigned value) { return static_cast<char>(value); };
     const unsigned code = character;
-    if (code < 0x80) {
-        text += byte(code);
-    } else if (code < 0x800) {
+    if (code < 0x800) {
         text += byte(0xc0 | code >> 6);
         text += byte(0x80 | (code & 0x3f));
     } else {

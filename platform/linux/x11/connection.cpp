@@ -35,16 +35,44 @@ bool isLocalSocket(int descriptor) {
            peer.ss_family == AF_UNIX;
 }
 
+const xcb_screen_t* findScreen(xcb_connection_t* handle, int number) {
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle));
+    for (int i = 0; i < number && screens.rem > 1; ++i)
+        xcb_screen_next(&screens);
+    return screens.rem > 0 ? screens.data : nullptr;
+}
+
 // Questions about extensions wait without a bound: they are asked on the connecting thread, which
 // nobody has to wait for.
 
-bool offersOutputs(xcb_connection_t* handle) {
+/* Some servers, of the kind whose screen is a window of another one, know of no output before they
+ * are told to look for it. Those that know of one are not told: looking takes long, and may make
+ * displays flicker. */
+void lookForOutputs(xcb_connection_t* handle, xcb_window_t root) {
+    const auto cookie = xcb_randr_get_screen_resources_current(handle, root);
+    const Reply<xcb_randr_get_screen_resources_current_reply_t> known(
+        xcb_randr_get_screen_resources_current_reply(handle, cookie, nullptr));
+    if (known == nullptr || known->num_outputs > 0)
+        return;
+    const auto lookCookie = xcb_randr_get_screen_resources(handle, root);
+    const Reply<xcb_randr_get_screen_resources_reply_t> found(
+        xcb_randr_get_screen_resources_reply(handle, lookCookie, nullptr));
+}
+
+void findOutputs(Link& link) {
+    xcb_connection_t* handle = link.handle.get();
     if (!isPresent(handle, xcb_randr_id))
-        return false;
-    const auto cookie = xcb_randr_query_version(handle, 1, 3);
+        return;
+    const auto cookie = xcb_randr_query_version(handle, 1, 5);
     const Reply<xcb_randr_query_version_reply_t> reply(
         xcb_randr_query_version_reply(handle, cookie, nullptr));
-    return reply != nullptr && isAtLeast(reply->major_version, reply->minor_version, 1, 3);
+    if (reply == nullptr)
+        return;
+    link.hasOutputs = isAtLeast(reply->major_version, reply->minor_version, 1, 3);
+    link.hasMonitors = isAtLeast(reply->major_version, reply->minor_version, 1, 5);
+    const xcb_screen_t* screen = findScreen(handle, link.screenNumber);
+    if (link.hasOutputs && screen != nullptr)
+        lookForOutputs(handle, screen->root);
 }
 
 void findSharedMemory(Link& link) {
@@ -78,7 +106,7 @@ Link openLink(const std::string& displayName) {
     for (xcb_extension_t* extension :
          {&xcb_randr_id, &xcb_shm_id, &xcb_composite_id, &xcb_shape_id, &xcb_render_id})
         xcb_prefetch_extension_data(handle, extension);
-    link.hasOutputs = offersOutputs(handle);
+    findOutputs(link);
     findSharedMemory(link);
     link.hasWindowContents = offersWindowContents(handle);
     link.hasShapes = isPresent(handle, xcb_shape_id);
@@ -98,13 +126,6 @@ std::future<Link> startConnecting(std::string displayName) {
     pthread_setname_np(thread.native_handle(), "qor-connect");  // for whoever looks at the host
     thread.detach();
     return link;
-}
-
-const xcb_screen_t* findScreen(xcb_connection_t* handle, int number) {
-    auto screens = xcb_setup_roots_iterator(xcb_get_setup(handle));
-    for (int i = 0; i < number && screens.rem > 1; ++i)
-        xcb_screen_next(&screens);
-    return screens.rem > 0 ? screens.data : nullptr;
 }
 
 /* False if nothing comes in until the deadline. */

@@ -32,6 +32,7 @@ struct Link {
     std::unique_ptr<xcb_connection_t, Disconnect> handle;
     int screenNumber = 0;
     bool hasOutputs = false;            // RandR 1.3: current resources, primary output
+    bool hasMonitors = false;           // RandR 1.5: outputs split and joined by hand
     bool hasSharedMemory = false;       // MIT-SHM
     bool hasSharedDescriptors = false;  // MIT-SHM 1.2, on a socket that carries descriptors
     bool hasWindowContents = false;     // COMPOSITE 0.2: a window's content as a pixmap

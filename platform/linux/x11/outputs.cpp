@@ -3,16 +3,27 @@
 #include <xcb/randr.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <deque>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
+#include <vector>
+
+#include "coregraphics/edid.h"
+#include "x11/property_text.h"
 
 namespace qor::x11 {
 namespace {
 
+using coregraphics::PixelRect;
+
 using ResourcesReply = xcb_randr_get_screen_resources_current_reply_t;
-using OutputReply = xcb_randr_get_output_info_reply_t;
 using CrtcReply = xcb_randr_get_crtc_info_reply_t;
+using MonitorsReply = xcb_randr_get_monitors_reply_t;
+using GeometryReply = xcb_get_geometry_reply_t;
+using OutputReply = xcb_randr_get_output_info_reply_t;
 
 double refreshRate(const ResourcesReply& resources, std::uint32_t modeId) {
     const std::span modes(
@@ -31,93 +42,105 @@ double refreshRate(const ResourcesReply& resources, std::uint32_t modeId) {
     return mode->dot_clock / (mode->htotal * lines);
 }
 
-std::string outputName(const OutputReply& output) {
-    const auto length = static_cast<std::size_t>(xcb_randr_get_output_info_name_length(&output));
-    return std::string(reinterpret_cast<const char*>(xcb_randr_get_output_info_name(&output)),
-                       length);
+/* Whether an output shows what the CRTC reads. */
+bool feeds(const CrtcReply& crtc, std::uint32_t output) {
+    const std::span fed(xcb_randr_get_crtc_info_outputs(&crtc),
+                        static_cast<std::size_t>(xcb_randr_get_crtc_info_outputs_length(&crtc)));
+    return crtc.mode != XCB_NONE && std::ranges::count(fed, output) > 0;
 }
 
-/* An output's two descriptions, the second asked for once the first names the CRTC. */
-struct Question {
-    std::uint32_t outputId;
-    Request<OutputReply> outputRequest;
-    Reply<OutputReply> output = nullptr;
-    std::unique_ptr<Request<CrtcReply>> crtcRequest = nullptr;
-};
-
-/* Asks about all outputs at once, then about all their CRTCs: two round trips, however many. An
- * output that is taken away in between is refused by the server, and left out. */
-std::vector<std::unique_ptr<Question>> askOutputs(Connection& connection,
-                                                  const ResourcesReply& resources) {
-    const std::span ids(xcb_randr_get_screen_resources_current_outputs(&resources),
-                        resources.num_outputs);
-    xcb_connection_t* handle = connection.handle();
-    std::vector<std::unique_ptr<Question>> questions;
-    for (const xcb_randr_output_t id : ids) {
-        const auto cookie = xcb_randr_get_output_info(handle, id, resources.config_timestamp);
-        questions.emplace_back(new Question{id, {connection, cookie}});
-    }
-    for (const auto& question : questions) {
-        if (!connection.answers())
-            break;
-        question->output = question->outputRequest.take();
-        if (question->output == nullptr || question->output->crtc == XCB_NONE)
+std::vector<Output> activeOutputs(const ResourcesReply& resources,
+                                  const std::vector<Reply<CrtcReply>>& crtcs) {
+    std::vector<Output> outputs;
+    for (const xcb_randr_output_t id : std::span(
+             xcb_randr_get_screen_resources_current_outputs(&resources), resources.num_outputs)) {
+        const auto crtc =
+            std::ranges::find_if(crtcs, [id](const auto& reply) { return feeds(*reply, id); });
+        if (crtc == crtcs.end())
             continue;
-        const auto cookie =
-            xcb_randr_get_crtc_info(handle, question->output->crtc, resources.config_timestamp);
-        question->crtcRequest = std::make_unique<Request<CrtcReply>>(connection, cookie);
+        const PixelRect area{(*crtc)->x, (*crtc)->y, (*crtc)->width, (*crtc)->height};
+        if (!area.empty())
+            outputs.push_back({id, area, refreshRate(resources, (*crtc)->mode)});
     }
-    return questions;
+    return outputs;
 }
 
-std::optional<Output> activeOutput(Question& question, const ResourcesReply& resources) {
-    if (question.crtcRequest == nullptr)
-        return std::nullopt;
-    const auto crtc = question.crtcRequest->take();
-    if (crtc == nullptr || crtc->mode == XCB_NONE || crtc->width == 0 || crtc->height == 0)
-        return std::nullopt;
-    return Output{question.outputId,
-                  outputName(*question.output),
-                  {crtc->x, crtc->y, crtc->width, crtc->height},
-                  refreshRate(resources, crtc->mode)};
+std::vector<Monitor> monitorsIn(const MonitorsReply& reply) {
+    std::vector<Monitor> monitors;
+    for (auto each = xcb_randr_get_monitors_monitors_iterator(&reply); each.rem > 0;
+         xcb_randr_monitor_info_next(&each)) {
+        const xcb_randr_monitor_info_t& info = *each.data;
+        const xcb_randr_output_t* outputs = xcb_randr_monitor_info_outputs(&info);
+        monitors.push_back({info.name,
+                            info.automatic != 0,
+                            info.primary != 0,
+                            {info.x, info.y, info.width, info.height},
+                            {outputs, outputs + xcb_randr_monitor_info_outputs_length(&info)}});
+    }
+    return monitors;
 }
 
-void putFirst(std::vector<Output>& outputs, std::uint32_t primaryId) {
-    const auto primary = std::ranges::find(outputs, primaryId, &Output::id);
-    if (primary != outputs.end())
-        std::rotate(outputs.begin(), primary, primary + 1);
+Request<GeometryReply> askRoot(Connection& connection) {
+    return {connection, xcb_get_geometry(connection.handle(), connection.screen().root)};
 }
 
-}  // namespace
+bool takeRoot(Request<GeometryReply>& request, Arrangement& arrangement) {
+    const auto geometry = request.take();
+    if (geometry != nullptr)
+        arrangement.root = {0, 0, geometry->width, geometry->height};
+    return geometry != nullptr;
+}
 
-std::optional<OutputList> listOutputs(Connection& connection) {
-    const xcb_window_t root = connection.screen().root;
+/* Asks about the root window and all CRTCs at once. A CRTC that is taken away meanwhile is refused
+ * by the server, and left out. */
+bool askAreas(Connection& connection, const ResourcesReply& resources, Arrangement& arrangement) {
+    std::deque<Request<CrtcReply>> requests;
+    for (const xcb_randr_crtc_t crtc :
+         std::span(xcb_randr_get_screen_resources_current_crtcs(&resources), resources.num_crtcs))
+        requests.emplace_back(connection, xcb_randr_get_crtc_info(connection.handle(), crtc,
+                                                                  resources.config_timestamp));
+    auto rootRequest = askRoot(connection);
+    std::vector<Reply<CrtcReply>> crtcs;
+    for (Request<CrtcReply>& request : requests) {
+        if (!connection.answers())
+            return false;
+        if (auto crtc = request.take())
+            crtcs.push_back(std::move(crtc));
+    }
+    arrangement.outputs = activeOutputs(resources, crtcs);
+    return connection.answers() && takeRoot(rootRequest, arrangement);
+}
+
+std::unique_ptr<Request<MonitorsReply>> askMonitors(Connection& connection) {
+    constexpr std::uint8_t kActiveOnly = 1;
+    if (!connection.link().hasMonitors)
+        return nullptr;
+    return std::make_unique<Request<MonitorsReply>>(
+        connection,
+        xcb_randr_get_monitors(connection.handle(), connection.screen().root, kActiveOnly));
+}
+
+bool askOutputs(Connection& connection, Arrangement& arrangement) {
     // The current resources, as the other request has the server probe every connector, which
     // takes long and may make the displays flicker.
     Request<ResourcesReply> resourcesRequest(
-        connection, xcb_randr_get_screen_resources_current(connection.handle(), root));
+        connection,
+        xcb_randr_get_screen_resources_current(connection.handle(), arrangement.rootId));
     Request<xcb_randr_get_output_primary_reply_t> primaryRequest(
-        connection, xcb_randr_get_output_primary(connection.handle(), root));
+        connection, xcb_randr_get_output_primary(connection.handle(), arrangement.rootId));
+    const auto monitorsRequest = askMonitors(connection);
     const auto resources = resourcesRequest.take();
     if (resources == nullptr)
-        return std::nullopt;
-    const auto primary = primaryRequest.take();
-
-    OutputList list;
-    list.hasOutputs = resources->num_outputs > 0;
-    for (const auto& question : askOutputs(connection, *resources)) {
-        if (!connection.answers())
-            return std::nullopt;
-        if (auto output = activeOutput(*question, *resources))
-            list.active.push_back(std::move(*output));
-    }
-    if (!connection.answers())
-        return std::nullopt;
-    if (primary != nullptr)
-        putFirst(list.active, primary->output);
-    return list;
+        return false;
+    if (const auto primary = primaryRequest.take())
+        arrangement.mainOutput = primary->output;
+    if (const auto monitors = monitorsRequest == nullptr ? nullptr : monitorsRequest->take())
+        arrangement.monitors = monitorsIn(*monitors);
+    arrangement.hasOutputs = resources->num_outputs > 0;
+    return connection.answers() && askAreas(connection, *resources, arrangement);
 }
 
+/* The description data of the display at an output; empty if there is none. */
 std::vector<std::uint8_t> readEdid(Connection& connection, std::uint32_t outputId) {
     constexpr std::string_view kName = "EDID";
     Request<xcb_intern_atom_reply_t> atomRequest(
@@ -135,6 +158,49 @@ std::vector<std::uint8_t> readEdid(Connection& connection, std::uint32_t outputI
         return {};
     const std::uint8_t* data = xcb_randr_get_output_property_data(property.get());
     return {data, data + xcb_randr_get_output_property_data_length(property.get())};
+}
+
+/* Names are bytes that anybody may have chosen. */
+std::string nameIn(const void* bytes, int length) {
+    return readableText({static_cast<const char*>(bytes), static_cast<std::size_t>(length)},
+                        TextEncoding::utf8, false);
+}
+
+}  // namespace
+
+std::optional<Arrangement> askArrangement(Connection& connection) {
+    const xcb_screen_t& screen = connection.screen();
+    Arrangement arrangement;
+    arrangement.rootId = screen.root;
+    arrangement.depth = screen.root_depth;
+    bool isAnswered = false;
+    if (connection.link().hasOutputs) {
+        isAnswered = askOutputs(connection, arrangement);
+    } else {
+        auto request = askRoot(connection);
+        isAnswered = takeRoot(request, arrangement);
+    }
+    return isAnswered ? std::optional(std::move(arrangement)) : std::nullopt;
+}
+
+std::optional<std::string> askOutputName(Connection& connection, std::uint32_t outputId) {
+    Request<OutputReply> outputRequest(
+        connection, xcb_randr_get_output_info(connection.handle(), outputId, XCB_CURRENT_TIME));
+    const auto productName = coregraphics::productName(readEdid(connection, outputId));
+    const auto output = outputRequest.take();
+    if (output == nullptr)
+        return std::nullopt;
+    return productName.value_or(nameIn(xcb_randr_get_output_info_name(output.get()),
+                                       xcb_randr_get_output_info_name_length(output.get())));
+}
+
+std::optional<std::string> askAtomName(Connection& connection, std::uint32_t atom) {
+    Request<xcb_get_atom_name_reply_t> request(connection,
+                                               xcb_get_atom_name(connection.handle(), atom));
+    const auto reply = request.take();
+    if (reply == nullptr)
+        return std::nullopt;
+    return nameIn(xcb_get_atom_name_name(reply.get()), xcb_get_atom_name_name_length(reply.get()));
 }
 
 }  // namespace qor::x11

@@ -1,33 +1,24 @@
-/* The outputs of an X server that has RandR 1.3. */
+/* What an X server shows where: its outputs, by RandR 1.3, and its monitors, by RandR 1.5. */
 #pragma once
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "coregraphics/pixel_buffer.h"
+#include "x11/arrangement.h"
 #include "x11/connection.h"
 
 namespace qor::x11 {
 
-/* An output that shows a part of the root window. */
-struct Output {
-    std::uint32_t id = 0;
-    std::string name;              // the connector's, for example "HDMI-1"
-    coregraphics::PixelRect area;  // of the root window, as rotated
-    double refreshRate = 0;        // a second; 0 if unknown
-};
+/* The arrangement as it is now, asked for in two round trips; null if the server does not answer.
+ * Of a server without RandR it is the root window alone. */
+std::optional<Arrangement> askArrangement(Connection& connection);
 
-struct OutputList {
-    bool hasOutputs = false;     // active or not
-    std::vector<Output> active;  // the main one first, then in the server's order
-};
+/* The product name of the display at an output, else the output's own, for example "HDMI-1". In
+ * UTF-8; null if there is no such output, or the server does not answer. */
+std::optional<std::string> askOutputName(Connection& connection, std::uint32_t outputId);
 
-/* The outputs as they are now; null if the server does not answer. */
-std::optional<OutputList> listOutputs(Connection& connection);
-
-/* The description data of the display at an output; empty if there is none. */
-std::vector<std::uint8_t> readEdid(Connection& connection, std::uint32_t outputId);
+/* The name that an atom stands for, in UTF-8; null as above. */
+std::optional<std::string> askAtomName(Connection& connection, std::uint32_t atom);
 
 }  // namespace qor::x11

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "coregraphics/edid.h"
 #include "coregraphics/trace.h"
 #include "x11/desktop_image.h"
 #include "x11/outputs.h"
@@ -54,43 +53,20 @@ void Session::abandon() noexcept {
     connection_.abandon();
 }
 
-std::optional<PixelRect> Session::rootArea() {
-    const auto geometry = askRootGeometry(connection_).take();
-    return geometry == nullptr ? std::nullopt : std::optional(areaOf(*geometry));
-}
-
 std::optional<std::vector<Display>> Session::displays() {
-    const unsigned depth = connection_.screen().root_depth;
-    if (connection_.link().hasOutputs) {
-        const auto outputs = listOutputs(connection_);
-        if (!outputs)
-            return std::nullopt;
-        std::vector<Display> displays;
-        for (const Output& output : outputs->active)
-            displays.push_back({output.id, output.area, output.refreshRate, depth});
-        if (outputs->hasOutputs)
-            return displays;
-    }
-    const auto root = rootArea();
-    if (!root)
-        return std::nullopt;
-    return std::vector{Display{connection_.screen().root, *root, 0, depth}};
+    const auto arrangement = askArrangement(connection_);
+    return arrangement ? std::optional(displaysIn(*arrangement)) : std::nullopt;
 }
 
 std::optional<std::string> Session::displayName(std::uint32_t displayId) {
-    if (connection_.link().hasOutputs) {
-        const auto outputs = listOutputs(connection_);
-        if (!outputs)
-            return std::nullopt;
-        const auto output = std::ranges::find(outputs->active, displayId, &Output::id);
-        if (output != outputs->active.end())
-            return coregraphics::productName(readEdid(connection_, displayId))
-                .value_or(output->name);
-        if (outputs->hasOutputs)
-            return std::nullopt;
-    }
-    const bool isRoot = displayId == connection_.screen().root;
-    return isRoot ? std::optional<std::string>(std::in_place) : std::nullopt;
+    const auto present = displays();
+    if (!present || std::ranges::count(*present, displayId, &Display::id) == 0)
+        return std::nullopt;
+    if (displayId == connection_.screen().root)
+        return std::string();
+    if (const std::uint32_t name = monitorNameIn(displayId))
+        return askAtomName(connection_, name);
+    return askOutputName(connection_, displayId);
 }
 
 std::optional<PixelBuffer> Session::grab(const PixelRect& area) {

@@ -30,7 +30,6 @@ class Session final : public coregraphics::DisplayServer {
                                                         std::uint32_t window) override;
 
   private:
-    std::optional<coregraphics::PixelRect> rootArea();
     void prepare();
 
     Connection connection_;
