@@ -15,8 +15,9 @@ packages_of_run=(xvfb)
 
 # shellcheck disable=SC2034
 packages_of_test=(
-    libgtest-dev libgmock-dev
+    libgtest-dev libgmock-dev libxcb-res0-dev
     imagemagick x11-xserver-utils
+    openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
     clang clang-format libclang-rt-dev abigail-tools git python3
 )

@@ -74,8 +74,8 @@ class CaptureTest : public testing::Test {
     }
 
     // A capture of a new server's painted scene, whose frames have begun to come.
-    unsigned sceneCapture() {
-        startServer("320x240x24");
+    unsigned sceneCapture(std::vector<std::string> serverArguments = {}) {
+        startServer("320x240x24", std::move(serverArguments));
         paintScene();
         const unsigned capture = newCapture();
         EXPECT_EQ(start(capture), 0U);
@@ -223,7 +223,7 @@ TEST_F(CaptureTest, StoppedCaptureStartsAgainOnTheSameIndex) {
 }
 
 TEST_F(CaptureTest, HostOutlivesTheServerAndStops) {
-    const unsigned capture = sceneCapture();
+    const unsigned capture = sceneCapture({ownDisplay()});
     painter_.reset();
     server_.reset();
     EXPECT_TRUE(shows(capture, 200, 200, Color{}));  // black: there is no image any more

@@ -46,23 +46,24 @@ NoLargeFiles::~NoLargeFiles() {
     setrlimit(RLIMIT_FSIZE, &previous_);
 }
 
-std::size_t systemVSegmentsOf(int pid) {
+std::vector<int> systemVSegmentsOf(int pid) {
     auto table = open("/proc/sysvipc/shm");
     std::string line;
     std::getline(table, line);  // the columns' names
-    std::size_t count = 0;
+    std::vector<int> segments;
     while (std::getline(table, line)) {
         std::istringstream columns(line);
-        long key = 0, identifier = 0, permissions = 0, size = 0;
-        int creator = 0;
+        long key = 0, permissions = 0, size = 0;
+        int identifier = 0, creator = 0;
         columns >> key >> identifier >> permissions >> size >> creator;
-        count += creator == pid;
+        if (creator == pid)
+            segments.push_back(identifier);
     }
-    return count;
+    return segments;
 }
 
 ProcessResources ProcessResources::now() {
-    return {countDescriptors(), countImageMappings(), systemVSegmentsOf(getpid())};
+    return {countDescriptors(), countImageMappings(), systemVSegmentsOf(getpid()).size()};
 }
 
 void PrintTo(const ProcessResources& resources, std::ostream* out) {

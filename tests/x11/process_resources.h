@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <vector>
 
 struct ProcessResources {
     std::size_t descriptors = 0;      // open files, sockets and unnamed memory
@@ -31,5 +32,5 @@ class NoLargeFiles {
     rlimit previous_{};
 };
 
-/* System V segments that a process made and that are still there. */
-std::size_t systemVSegmentsOf(int pid);
+/* The System V segments that a process made and that are still there, by identifier. */
+std::vector<int> systemVSegmentsOf(int pid);

@@ -15,7 +15,7 @@ constexpr ResidueLedger::Window kSecond = 22;
 constexpr ResidueLedger::Window kSecret = 99;
 
 bool isSecret(ResidueLedger::Window window) {
-    return window == kSecret;
+    return window == kSecret || window == ResidueLedger::kUnknown;
 }
 
 class ResidueLedgerTest : public testing::Test {
@@ -150,6 +150,85 @@ TEST_F(ResidueLedgerTest, AtTheBeginningAllOfEachMappedWindowIsUnknown) {
 
 TEST_F(ResidueLedgerTest, AllOfAWindowThatIsNotKnownCounts) {
     EXPECT_FALSE(secretIn(kFirst).empty());
+}
+
+TEST_F(ResidueLedgerTest, WhatAClosedWindowLeftIsNotTheNextOnesOfItsNumber) {
+    mapClean(kSecond, kBox);
+    ledger_.appeared(kFirst, kBox, false);
+    ledger_.mapped(kFirst);
+    ASSERT_TRUE(secretIn(kFirst).empty());  // it has only the second one's
+    ledger_.gone(kSecond);
+    ledger_.appeared(kSecond, kBox, false);
+    EXPECT_EQ(secretIn(kFirst), (std::vector{PixelRect{0, 0, 50, 40}}));
+}
+
+TEST_F(ResidueLedgerTest, WindowsThatComeAndGoDoNotAddUp) {
+    for (ResidueLedger::Window window = 1000; window < 3000; ++window) {
+        ledger_.appeared(window, kBox, false);
+        ledger_.mapped(window);
+        ledger_.gone(window);
+    }
+    ledger_.appeared(kFirst, kBox, false);
+    ledger_.mapped(kFirst);
+    const auto ofAny = ledger_.residueIn(kFirst, [](ResidueLedger::Window) { return true; });
+    EXPECT_EQ(ofAny, (std::vector{PixelRect{0, 0, 50, 40}}));
+}
+
+class ShownOnScreenTest : public ResidueLedgerTest {
+  protected:
+    std::vector<PixelRect> secretShown() const { return ledger_.shownOf(isSecret); }
+};
+
+TEST_F(ShownOnScreenTest, WindowIsShownWhereItIsMapped) {
+    mapClean(kFirst, kBox);
+    ledger_.appeared(kSecret, kBox, false);
+    EXPECT_TRUE(secretShown().empty());
+    ledger_.mapped(kSecret);
+    EXPECT_EQ(secretShown(), (std::vector{kBox}));
+}
+
+TEST_F(ShownOnScreenTest, WindowThatTookPixelsOverShowsThemWhereItIs) {
+    mapClean(kSecret, kBox);
+    ledger_.appeared(kFirst, {120, 110, 100, 100}, false);
+    ledger_.mapped(kFirst);
+    ledger_.unmapped(kSecret);
+    ledger_.endRound();
+    ledger_.endRound();
+    ledger_.configured(kFirst, {200, 200, 100, 100});
+    EXPECT_EQ(secretShown(), (std::vector{PixelRect{200, 200, 30, 30}, {120, 110, 30, 30}}));
+}
+
+TEST_F(ShownOnScreenTest, PlaceThatWasLeftIsShownForTwoRounds) {
+    mapClean(kSecret, kBox);
+    ledger_.unmapped(kSecret);
+    ledger_.endRound();
+    EXPECT_EQ(secretShown(), (std::vector{kBox}));
+    ledger_.endRound();
+    EXPECT_TRUE(secretShown().empty());
+}
+
+TEST_F(ShownOnScreenTest, AfterglowIsShownAroundAndAfterwards) {
+    using namespace std::chrono_literals;
+    const ResidueLedger::Clock::time_point start{1h};
+    ledger_.setAfterglow({100ms, 5});
+    ledger_.advanceTo(start);
+    mapClean(kSecret, kBox);
+    ledger_.unmapped(kSecret);
+    ledger_.advanceTo(start + 99ms);
+    ledger_.endRound();
+    ledger_.endRound();
+    EXPECT_EQ(secretShown(), (std::vector{PixelRect{95, 95, 60, 50}}));
+    ledger_.advanceTo(start + 100ms);
+    ledger_.endRound();
+    EXPECT_TRUE(secretShown().empty());
+}
+
+TEST_F(ResidueLedgerTest, WindowTakesOverTheAfterglowAroundAnother) {
+    ledger_.setAfterglow({std::chrono::milliseconds(100), 5});
+    mapClean(kSecret, {152, 100, 50, 40});
+    ledger_.appeared(kFirst, kBox, false);
+    ledger_.mapped(kFirst);
+    EXPECT_EQ(secretIn(kFirst), (std::vector{PixelRect{47, 0, 3, 40}}));
 }
 
 }  // namespace

@@ -66,6 +66,14 @@ bool eventually(Condition condition, std::chrono::milliseconds bound = std::chro
 /* DISPLAY, and the thread's connection, are the process's; each test sets it for its own server. */
 void useDisplay(const std::string& display);
 
+/* A display number of this process's own, for a server whose number must not be taken over when it
+ * is gone: it is beyond those that servers pick for themselves. */
+std::string ownDisplay();
+
+/* Waits until a child of this process can be a host of its own. A thread checker lets the child of
+ * a process with several threads start none, so the one that made a connection has to be gone. */
+bool mayForkHosts();
+
 /* The platform's trace of what a function does. */
 template <typename Function>
 std::string traceOf(Function function) {

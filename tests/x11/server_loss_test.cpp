@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <optional>
 #include <thread>
 
@@ -24,13 +22,6 @@ Clock::duration durationOf(Function function) {
     const auto start = Clock::now();
     function();
     return Clock::now() - start;
-}
-
-/* A display number of this process's own: beyond those that a server picks for itself, so no other
- * test's server takes it. */
-std::string ownDisplay() {
-    std::string display = ":";
-    return display += std::to_string(100'000 + getpid());
 }
 
 /* Every function that asks the server fails in its own way. */
@@ -186,21 +177,9 @@ TEST_F(ServerLossTest, ThreadCancelledInACallEndsWithoutHarm) {
     EXPECT_TRUE(eventually([&] { return ProcessResources::now() == before; }));
 }
 
-bool isConnecting() {
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream file(task.path() / "comm");
-        std::string name;
-        if (std::getline(file, name) && name == "qor-connect")
-            return true;
-    }
-    return false;
-}
-
 TEST_F(ServerLossTest, ForkedChildHasAConnectionOfItsOwn) {
     ASSERT_NE(imageOf(0, 0, 320, 200), nullptr);
-    // A thread checker lets the child of a process with several threads start none, so the one that
-    // made the connection has to be gone.
-    ASSERT_TRUE(eventually([] { return !isConnecting(); }));
+    ASSERT_TRUE(mayForkHosts());
     const pid_t child = fork();
     if (child == 0)
         _exit(imageOf(0, 0, 320, 200) != nullptr && CGMainDisplayID() != 0 ? 0 : 1);
@@ -214,7 +193,7 @@ TEST_F(ServerLossTest, ForkedChildHasAConnectionOfItsOwn) {
 TEST_F(ServerLossTest, ForkedChildLeavesTheParentsPicturesOfWindowsAlone) {
     const Area screen{0, 0, 320, 200};
     ASSERT_NE(imageOfWindows(screen, {}), nullptr);
-    ASSERT_TRUE(eventually([] { return !isConnecting(); }));
+    ASSERT_TRUE(mayForkHosts());
     const pid_t child = fork();
     if (child == 0)
         _exit(imageOfWindows(screen, {}) != nullptr ? 0 : 1);
@@ -222,23 +201,6 @@ TEST_F(ServerLossTest, ForkedChildLeavesTheParentsPicturesOfWindowsAlone) {
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(traceOf([&] { EXPECT_NE(imageOfWindows(screen, {}), nullptr); }), "");
-}
-
-TEST(KilledHostTest, LeavesNoSystemVSegments) {
-    const XvfbServer server("320x200x24");
-    useDisplay(server.display());
-    const pid_t child = fork();
-    if (child == 0) {
-        const NoLargeFiles noLargeFiles;
-        const Image image = imageOf(0, 0, 320, 200);
-        if (image != nullptr && systemVSegmentsOf(getpid()) > 0)
-            raise(SIGKILL);
-        _exit(1);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_TRUE(eventually([child] { return systemVSegmentsOf(child) == 0; }));
 }
 
 }  // namespace

@@ -3,7 +3,11 @@
 #include <MonitorManager.h>
 #include <vqutilc.h>
 
+#include <utility>
+#include <vector>
+
 #include "process_resources.h"
+#include "window_crowd.h"
 #include "window_test.h"
 
 namespace {
@@ -46,6 +50,14 @@ class WindowCaptureTest : public WindowTest {
     }
 
     static Color colorOf(const unsigned char* pixel) { return {pixel[2], pixel[1], pixel[0]}; }
+
+    static bool hasRed(const unsigned char* pixels, std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (pixels[i * 4 + 2] != 0)
+                return true;
+        }
+        return false;
+    }
 
     bool frameHas(int x, int y, Color color) const {
         return inFrame([=](const unsigned char* pixels, std::size_t) {
@@ -102,6 +114,49 @@ TEST_F(WindowCaptureTest, SharedWindowIsShownAloneAndFollowed) {
     client().sync();
     EXPECT_TRUE(eventually([&] { return frameHas(155, 65, kGreen) && frameHas(25, 25, kBlack); }));
     EXPECT_FALSE(frameShows(kRed));
+}
+
+TEST_F(WindowCaptureTest, NoFrameShowsAnExcludedWindowThatMovesAmongOthers) {
+    constexpr unsigned kSeed = 20555;
+    constexpr int kFrames = 150;
+    SCOPED_TRACE(testing::Message() << "seed " << kSeed);
+    CrowdInMotion motion(server().display(), kSeed, 24);
+    setExcluded(motion.crowd().secret(), CAP_EXC_WND_ADD);
+    startCapture(CAP_TYPE_DESKTOP);
+    std::vector<unsigned char> last;
+    int different = 0;
+    EXPECT_TRUE(eventually(
+        [&] {
+            motion.goOn();
+            different += inFrame([&](const unsigned char* pixels, std::size_t count) {
+                EXPECT_FALSE(hasRed(pixels, count));
+                const std::vector frame(pixels, pixels + count * 4);
+                return std::exchange(last, frame) != frame;
+            });
+            return different >= kFrames || HasFailure();
+        },
+        std::chrono::seconds(60)))
+        << different << " frames";
+    setExcluded(motion.crowd().secret(), CAP_EXC_WND_DELETE);
+    EXPECT_TRUE(eventually([&] {
+        const auto lock = motion.rest();
+        motion.crowd().showSecret(true);
+        return inFrame(hasRed);
+    }));
+}
+
+TEST_F(WindowCaptureTest, StopReturnsWhileTheServerIsGrabbed) {
+    open({.area = {20, 20, 100, 100}, .color = kGreen});
+    open({.area = {150, 20, 100, 100}, .color = kBlue});
+    setExcluded(open({.area = kScreen, .color = kRed}), CAP_EXC_WND_ADD);
+    startCapture(CAP_TYPE_DESKTOP);
+    ASSERT_TRUE(eventually([&] { return frameHas(30, 30, kGreen); }));
+    const ServerGrab grab(server().display());
+    // Black frames tell that the capture has come upon the grab.
+    ASSERT_TRUE(eventually([&] { return frameHas(30, 30, kBlack); }));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(CapMgr_StopCapture(capture_, 0));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(3200));
 }
 
 TEST_F(WindowCaptureTest, StartsAndStopsLeaveNothingBehind) {

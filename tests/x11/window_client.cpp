@@ -39,6 +39,22 @@ WindowClient::WindowClient(const std::string& display)
     sync();
 }
 
+xcb_window_t WindowClient::root(int screen) const {
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_.get()));
+    for (int i = 0; i < screen; ++i)
+        xcb_screen_next(&screens);
+    return screens.data->root;
+}
+
+bool WindowClient::offers(const char* extension) const {
+    const auto length = static_cast<std::uint16_t>(std::strlen(extension));
+    const Reply<xcb_query_extension_reply_t> reply(xcb_query_extension_reply(
+        connection_.get(), xcb_query_extension(connection_.get(), length, extension), nullptr));
+    if (reply == nullptr)
+        throw std::runtime_error("the window client lost its server");
+    return reply->present != 0;
+}
+
 xcb_window_t WindowClient::create(const Look& look) const {
     const xcb_window_t window = xcb_generate_id(connection_.get());
     const xcb_window_t parent = look.parent == 0 ? screen_->root : look.parent;
@@ -152,10 +168,61 @@ void WindowClient::setProperty(xcb_window_t window, const char* name, xcb_atom_t
                         static_cast<std::uint32_t>(values.size()), values.data());
 }
 
-void WindowClient::setManaged(xcb_window_t window) const {
-    const std::uint32_t normalState = 1;
+void WindowClient::setManaged(xcb_window_t window, Management management) const {
+    const std::uint32_t state = management == Management::normal ? 1 : 3;
     const std::uint32_t noIcon = 0;
-    setProperty(window, "WM_STATE", atom("WM_STATE"), {normalState, noIcon});
+    setProperty(window, "WM_STATE", atom("WM_STATE"), {state, noIcon});
+}
+
+void WindowClient::setStates(xcb_window_t window, const std::vector<const char*>& states) const {
+    std::vector<std::uint32_t> atoms;
+    for (const char* state : states)
+        atoms.push_back(atom(state));
+    setProperty(window, "_NET_WM_STATE", XCB_ATOM_ATOM, atoms);
+}
+
+void WindowClient::setTypes(xcb_window_t window, const std::vector<const char*>& types) const {
+    std::vector<std::uint32_t> atoms(types.size());
+    std::ranges::transform(types, atoms.begin(), [this](const char* type) { return atom(type); });
+    setProperty(window, "_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, atoms);
+}
+
+/* In pieces, as a request has a greatest length. */
+void WindowClient::setBytes(xcb_window_t window, const char* name, const char* type,
+                            std::string_view bytes) const {
+    constexpr std::size_t kLongestPiece = 4'000'000;
+    std::uint8_t mode = XCB_PROP_MODE_REPLACE;
+    do {
+        const std::string_view piece = bytes.substr(0, kLongestPiece);
+        xcb_change_property(connection_.get(), mode, window, atom(name), atom(type), 8,
+                            static_cast<std::uint32_t>(piece.size()), piece.data());
+        bytes.remove_prefix(piece.size());
+        mode = XCB_PROP_MODE_APPEND;
+    } while (!bytes.empty());
+}
+
+std::vector<std::uint32_t> WindowClient::numbersIn(xcb_window_t window, const char* name) const {
+    constexpr std::uint32_t kMostNumbers = 4096;
+    const auto cookie = xcb_get_property(connection_.get(), 0, window, atom(name),
+                                         XCB_GET_PROPERTY_TYPE_ANY, 0, kMostNumbers);
+    const Reply<xcb_get_property_reply_t> reply(
+        xcb_get_property_reply(connection_.get(), cookie, nullptr));
+    if (reply == nullptr || reply->format != 32)
+        return {};
+    std::vector<std::uint32_t> numbers(reply->value_len);
+    std::memcpy(numbers.data(), xcb_get_property_value(reply.get()), 4 * numbers.size());
+    return numbers;
+}
+
+void WindowClient::setTitle(xcb_window_t window, std::string_view utf8) const {
+    setBytes(window, "_NET_WM_NAME", "UTF8_STRING", utf8);
+}
+
+void WindowClient::setClass(xcb_window_t window, std::string_view instance,
+                            std::string_view className) const {
+    std::string names(instance);
+    names.append(1, '\0').append(className).append(1, '\0');
+    setBytes(window, "WM_CLASS", "STRING", names);
 }
 
 void WindowClient::setEmbedded(xcb_window_t window) const {
@@ -177,6 +244,17 @@ void WindowClient::setShape(xcb_window_t window, const std::vector<Area>& parts)
                          static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
 }
 
+void WindowClient::setUnfocusable(xcb_window_t window) const {
+    const std::uint32_t hasInputHint = 1;
+    const std::uint32_t takesInput = 0;
+    setProperty(window, "WM_HINTS", XCB_ATOM_WM_HINTS,
+                {hasInputHint, takesInput, 0, 0, 0, 0, 0, 0, 0});
+}
+
+void WindowClient::setDialogOf(xcb_window_t window, xcb_window_t owner) const {
+    setProperty(window, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW, {owner});
+}
+
 void WindowClient::setBackdrop(Color even, Color odd, std::uint16_t square) const {
     const xcb_pixmap_t pixmap = xcb_generate_id(connection_.get());
     const auto size = static_cast<std::uint16_t>(2 * square);
@@ -190,6 +268,12 @@ void WindowClient::setBackdrop(Color even, Color odd, std::uint16_t square) cons
     xcb_clear_area(connection_.get(), 0, screen_->root, 0, 0, 0, 0);
 }
 
+void WindowClient::setRootColor(Color color) const {
+    const std::uint32_t pixel = pixelFor(color);
+    xcb_change_window_attributes(connection_.get(), screen_->root, XCB_CW_BACK_PIXEL, &pixel);
+    xcb_clear_area(connection_.get(), 0, screen_->root, 0, 0, 0, 0);
+}
+
 void WindowClient::setRootProperty(const char* name, xcb_atom_t type, std::uint32_t value) const {
     setProperty(screen_->root, name, type, {value});
 }
@@ -199,6 +283,8 @@ void WindowClient::compositeOn(Color color) const {
         connection_.get(), xcb_composite_query_version(connection_.get(), 0, 4), nullptr));
     if (version == nullptr)
         throw std::runtime_error("the server does not composite");
+    const xcb_window_t owner = create({.area = {-9, -9, 1, 1}, .isOverrideRedirect = true});
+    xcb_set_selection_owner(connection_.get(), owner, atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
     xcb_composite_redirect_subwindows(connection_.get(), screen_->root,
                                       XCB_COMPOSITE_REDIRECT_MANUAL);
     const Reply<xcb_composite_get_overlay_window_reply_t> overlay(
@@ -227,4 +313,18 @@ void WindowClient::sync() const {
 bool WindowClient::takeExposure(xcb_window_t window) const {
     sync();
     return exposed_.erase(window) > 0;
+}
+
+ServerGrab::ServerGrab(const std::string& display)
+    : connection_(xcb_connect(display.c_str(), nullptr)) {
+    xcb_grab_server(connection_);
+    const Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    if (reply == nullptr)
+        throw std::runtime_error("the server on " + display + " cannot be grabbed");
+}
+
+/* A server lets go of what a client that ends had grabbed. */
+ServerGrab::~ServerGrab() {
+    xcb_disconnect(connection_);
 }

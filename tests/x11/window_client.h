@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "painter.h"
@@ -49,15 +50,34 @@ class WindowClient {
     void fill(xcb_window_t window, const Area& area, Color color) const;
 
     /* Marks an application's window as a window manager does. */
-    void setManaged(xcb_window_t window) const;
+    enum class Management { normal, iconic };
+    void setManaged(xcb_window_t window, Management management = Management::normal) const;
+    /* Names of states, as in _NET_WM_STATE. */
+    void setStates(xcb_window_t window, const std::vector<const char*>& states) const;
+    /* Names of types, as in _NET_WM_WINDOW_TYPE. */
+    void setTypes(xcb_window_t window, const std::vector<const char*>& types) const;
+    void setTitle(xcb_window_t window, std::string_view utf8) const;
+    void setClass(xcb_window_t window, std::string_view instance, std::string_view className) const;
+    /* Any bytes under any name, as of a type of that name; and any numbers. */
+    void setBytes(xcb_window_t window, const char* name, const char* type,
+                  std::string_view bytes) const;
+    void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
+                     const std::vector<std::uint32_t>& values) const;
+    /* A property's numbers; empty if it has none. */
+    std::vector<std::uint32_t> numbersIn(xcb_window_t window, const char* name) const;
     /* Marks a window as a part of another client's. */
     void setEmbedded(xcb_window_t window) const;
     /* 0 to 1. */
     void setOpacity(xcb_window_t window, double opacity) const;
     void setShape(xcb_window_t window, const std::vector<Area>& parts) const;
+    /* Asks the window manager never to give a window the keyboard focus. */
+    void setUnfocusable(xcb_window_t window) const;
+    /* Marks a window as a dialog of another one. */
+    void setDialogOf(xcb_window_t window, xcb_window_t owner) const;
     /* A background of two colours in squares, as desktops leave it: it is the root window's own,
      * and told to compositing managers. */
     void setBackdrop(Color even, Color odd, std::uint16_t square) const;
+    void setRootColor(Color color) const;
     void setRootProperty(const char* name, xcb_atom_t type, std::uint32_t value) const;
 
     /* Takes it on to show the windows on screen, as a compositing manager does, by drawing on the
@@ -72,6 +92,11 @@ class WindowClient {
     bool takeExposure(xcb_window_t window) const;
 
     xcb_window_t root() const { return screen_->root; }
+    /* That of one of the server's screens, which are counted from 0. */
+    xcb_window_t root(int screen) const;
+
+    /* Whether the server has an extension. */
+    bool offers(const char* extension) const;
 
   private:
     struct Disconnect {
@@ -80,8 +105,6 @@ class WindowClient {
 
     void configure(xcb_window_t window, std::uint16_t mask,
                    const std::vector<std::uint32_t>& values) const;
-    void setProperty(xcb_window_t window, const char* name, xcb_atom_t type,
-                     const std::vector<std::uint32_t>& values) const;
     xcb_atom_t atom(const char* name) const;
     xcb_visualid_t translucentVisual() const;
     void fillDrawable(xcb_drawable_t drawable, const Area& area, Color color) const;
@@ -90,4 +113,16 @@ class WindowClient {
     const xcb_screen_t* screen_ = nullptr;
     xcb_gcontext_t context_ = 0;
     mutable std::set<xcb_window_t> exposed_;
+};
+
+/* The server serves nobody else while it lives. */
+class ServerGrab {
+  public:
+    explicit ServerGrab(const std::string& display);
+    ~ServerGrab();
+    ServerGrab(const ServerGrab&) = delete;
+    ServerGrab& operator=(const ServerGrab&) = delete;
+
+  private:
+    xcb_connection_t* connection_;
 };

@@ -1,5 +1,6 @@
 /* What pictures of chosen windows show. */
 #include <algorithm>
+#include <optional>
 
 #include "window_test.h"
 
@@ -158,7 +159,21 @@ void expectNear(Color actual, double red, double green, double blue) {
     EXPECT_NEAR(actual.blue, blue, 1);
 }
 
-TEST_F(WindowImagesTest, HalfOpaqueWindowIsBlendedWithWhatIsBehind) {
+/* Opacity is the compositing manager's to apply: without one, windows are shown opaque. */
+class BlendedImagesTest : public WindowImagesTest {
+  protected:
+    void SetUp() override {
+        WindowImagesTest::SetUp();
+        manager_.emplace(server().display());
+        manager_->compositeOn(kBlack);
+        manager_->sync();
+    }
+    void TearDown() override { manager_.reset(); }
+
+    std::optional<WindowClient> manager_;
+};
+
+TEST_F(BlendedImagesTest, HalfOpaqueWindowIsBlendedWithWhatIsBehind) {
     const xcb_window_t green = open({.area = kPlace, .color = kGreen});
     const xcb_window_t blue = open({.area = kPlace, .color = kBlue});
     client().setOpacity(blue, 0.5);
@@ -168,7 +183,7 @@ TEST_F(WindowImagesTest, HalfOpaqueWindowIsBlendedWithWhatIsBehind) {
                blended(kBlue.blue, kGreen.blue, 0.5));
 }
 
-TEST_F(WindowImagesTest, OpacityOfAFramedWindowCountsUnlessItsFrameHasOne) {
+TEST_F(BlendedImagesTest, OpacityOfAFramedWindowCountsUnlessItsFrameHasOne) {
     const xcb_window_t frame = client().create({.area = kPlace, .color = kBlue});
     const xcb_window_t window = client().open({.area = {0, 0, 9, 9}, .parent = frame});
     client().setManaged(window);
@@ -183,7 +198,7 @@ TEST_F(WindowImagesTest, OpacityOfAFramedWindowCountsUnlessItsFrameHasOne) {
                kBlue.green * 0.75, kBlue.blue * 0.75);
 }
 
-TEST_F(WindowImagesTest, TranslucentPixelsAreLaidOverWhatIsBehind) {
+TEST_F(BlendedImagesTest, TranslucentPixelsAreLaidOverWhatIsBehind) {
     const xcb_window_t green = open({.area = kPlace, .color = kGreen});
     const xcb_window_t translucent = client().createTranslucent(kPlace, 0x40'10'20'30);
     client().map(translucent);
@@ -301,60 +316,7 @@ TEST_F(WindowImagesTest, HeldImageStaysAsItWas) {
     EXPECT_TRUE(bytesOf(held.get()) == before);
 }
 
-/* Which screens and servers can give pictures of windows. */
-struct Setting {
-    const char* name;
-    std::vector<std::string> arguments;
-    bool isPossible;
-    const char* trace;
-};
-
-class WindowSettingTest : public WindowTest, public testing::WithParamInterface<Setting> {};
-
-TEST_P(WindowSettingTest, PictureIsRightOrThereIsNone) {
-    start(GetParam().arguments);
-    const xcb_window_t window = open({.area = {10, 10, 20, 20}, .color = kGreen});
-    open({.area = kScreen, .color = kRed});
-    const Image desktop = imageOfWindows(kScreen, {window});
-    const Image alone = imageOfWindow(kScreen, window);
-    ASSERT_EQ(desktop != nullptr, GetParam().isPossible);
-    ASSERT_EQ(alone != nullptr, GetParam().isPossible);
-    if (!GetParam().isPossible)
-        return;
-    EXPECT_EQ(colorAt(desktop, 15, 15), kGreen);
-    EXPECT_EQ(colorAt(alone, 15, 15), kGreen);
-    EXPECT_EQ(colorAt(desktop, 30, 30), kBlack);
-}
-
-TEST_P(WindowSettingTest, IsTracedOnce) {
-    start(GetParam().arguments);
-    onlyDisplay();
-    const std::string trace = traceOf([] {
-        imageOfWindows(kScreen, {});
-        imageOfWindows(kScreen, {});
-    });
-    const auto first = trace.find(GetParam().trace);
-    ASSERT_NE(first, std::string::npos) << trace;
-    EXPECT_EQ(trace.find("pictures of windows", first + 20), std::string::npos) << trace;
-}
-
-const Setting kSettings[]{
-    {"All", {}, true, "pictures of windows: the server keeps their contents"},
-    {"NoSharedMemory", {"-extension", "MIT-SHM"}, true, "pictures of windows: the server keeps"},
-    {"NoShape", {"-extension", "SHAPE"}, true, "pictures of windows: the server keeps"},
-    {"NoComposite",
-     {"-extension", "Composite"},
-     false,
-     "no pictures of windows: the server has no COMPOSITE 0.2"},
-    {"NoRender",
-     {"-extension", "RENDER"},
-     false,
-     "no pictures of windows: the server has no RENDER 0.10 with colours"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Settings, WindowSettingTest, testing::ValuesIn(kSettings),
-                         [](const auto& instance) { return instance.param.name; });
-
+/* Which screens can give pictures of windows. */
 struct DepthCase {
     const char* name;
     const char* screen;

@@ -1,6 +1,7 @@
 #include "x11/backdrop.h"
 
 #include "x11/property.h"
+#include "x11/server_resource.h"
 
 namespace qor::x11 {
 namespace {
@@ -36,6 +37,16 @@ xcb_pixmap_t findBackdrop(Connection& connection, const BackdropProperties& prop
             return *pixmap;
     }
     return XCB_NONE;
+}
+
+void drawBackdrop(Connection& connection, xcb_pixmap_t pixmap, Canvas& canvas) {
+    const auto format =
+        connection.link().pictureFormats.byVisual.at(connection.screen().root_visual);
+    const Picture picture(connection);
+    const std::uint32_t repeat = XCB_RENDER_REPEAT_NORMAL;
+    xcb_render_create_picture(connection.handle(), picture.id(), pixmap, format.id,
+                              XCB_RENDER_CP_REPEAT, &repeat);
+    canvas.drawBackground(picture.id(), format);
 }
 
 }  // namespace qor::x11

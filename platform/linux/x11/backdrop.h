@@ -1,6 +1,7 @@
-/* The picture behind all windows. */
+/* The picture that desktops have behind all windows. */
 #pragma once
 
+#include "x11/canvas.h"
 #include "x11/connection.h"
 
 namespace qor::x11 {
@@ -15,5 +16,8 @@ struct BackdropProperties {
 /* That pixmap, which repeats over the root window and has its depth. XCB_NONE if there is none, or
  * what the property names is something else. */
 xcb_pixmap_t findBackdrop(Connection& connection, const BackdropProperties& properties);
+
+/* Draws such a pixmap. If it has just gone, the canvas stays as it was. */
+void drawBackdrop(Connection& connection, xcb_pixmap_t pixmap, Canvas& canvas);
 
 }  // namespace qor::x11

@@ -6,8 +6,19 @@ namespace qor::x11 {
 
 using coregraphics::PixelRect;
 
-Canvas::Canvas(Connection& connection, std::uint32_t width, std::uint32_t height,
-               xcb_render_pictformat_t format)
+namespace {
+
+constexpr std::uint8_t kDepth = 32;
+constexpr std::uint16_t kAll = 0xffff;
+
+xcb_rectangle_t rectangleOf(const PixelRect& rect) {
+    return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
+            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
+}
+
+}  // namespace
+
+Canvas::Canvas(Connection& connection, std::uint32_t width, std::uint32_t height)
     : connection_(connection),
       width_(width),
       height_(height),
@@ -15,55 +26,68 @@ Canvas::Canvas(Connection& connection, std::uint32_t width, std::uint32_t height
       picture_(connection),
       steps_(connection) {
     xcb_connection_t* handle = connection.handle();
-    const xcb_screen_t& screen = connection.screen();
-    steps_.add(xcb_create_pixmap_checked(handle, screen.root_depth, pixmap_.id(), screen.root,
+    steps_.add(xcb_create_pixmap_checked(handle, kDepth, pixmap_.id(), connection.screen().root,
                                          static_cast<std::uint16_t>(width),
                                          static_cast<std::uint16_t>(height)));
-    steps_.add(
-        xcb_render_create_picture_checked(handle, picture_.id(), pixmap_.id(), format, 0, nullptr));
+    steps_.add(xcb_render_create_picture_checked(
+        handle, picture_.id(), pixmap_.id(), connection.link().pictureFormats.argb, 0, nullptr));
 }
 
-void Canvas::beginZero(const PixelRect& area) {
-    begin(area, 0);
+PixelFormat Canvas::pixelFormat() const {
+    const auto order = xcb_get_setup(connection_.handle())->image_byte_order;
+    return {.mostSignificantByteFirst = order == XCB_IMAGE_ORDER_MSB_FIRST,
+            .alphaMask = 0xff000000};
 }
 
-void Canvas::beginBlack(const PixelRect& area) {
-    begin(area, 0xffff);
-}
-
-void Canvas::begin(const PixelRect& area, std::uint16_t alpha) {
+void Canvas::beginZero(const PixelRect& area, const std::vector<PixelRect>& parts) {
     area_ = area;
-    const xcb_rectangle_t all = onCanvas(area);
-    clipTo({all});
+    parts_ = parts;
+    begin(0);
+}
+
+void Canvas::beginBlack(const PixelRect& area, const std::vector<PixelRect>& parts) {
+    area_ = area;
+    parts_ = parts;
+    begin(kAll);
+}
+
+void Canvas::begin(std::uint16_t alpha) {
+    const auto rectangles = drawnOf({area_});
+    clipTo(rectangles);
     // Checked, as otherwise an earlier picture may still be there.
-    steps_.add(xcb_render_fill_rectangles_checked(connection_.handle(), XCB_RENDER_PICT_OP_SRC,
-                                                  picture_.id(), {0, 0, 0, alpha}, 1, &all));
+    steps_.add(xcb_render_fill_rectangles_checked(
+        connection_.handle(), XCB_RENDER_PICT_OP_SRC, picture_.id(), {0, 0, 0, alpha},
+        static_cast<std::uint32_t>(rectangles.size()), rectangles.data()));
 }
 
-void Canvas::drawBackdrop(xcb_pixmap_t pixmap, xcb_render_pictformat_t format) {
-    xcb_connection_t* handle = connection_.handle();
-    const Picture picture(connection_);
-    const std::uint32_t repeat = XCB_RENDER_REPEAT_NORMAL;
-    // Not checked: if the pixmap has just gone, black is right.
-    xcb_render_create_picture(handle, picture.id(), pixmap, format, XCB_RENDER_CP_REPEAT, &repeat);
-    xcb_render_composite(handle, XCB_RENDER_PICT_OP_SRC, picture.id(), XCB_NONE, picture_.id(),
-                         static_cast<std::int16_t>(area_.x), static_cast<std::int16_t>(area_.y), 0,
-                         0, 0, 0, static_cast<std::uint16_t>(width_),
-                         static_cast<std::uint16_t>(height_));
+void Canvas::drawBackground(xcb_render_picture_t picture, const PictureFormat& format) {
+    xcb_render_composite(connection_.handle(), XCB_RENDER_PICT_OP_SRC, picture, XCB_NONE,
+                         picture_.id(), static_cast<std::int16_t>(area_.x),
+                         static_cast<std::int16_t>(area_.y), 0, 0, 0, 0,
+                         static_cast<std::uint16_t>(width_), static_cast<std::uint16_t>(height_));
+    if (format.hasAlpha)
+        makeOpaque(drawnOf({area_}));
 }
 
-void Canvas::draw(const TopLevel& top, const WindowShape& shape, WindowContent& content) {
-    std::vector<xcb_rectangle_t> parts;
-    for (const PixelRect& part : shape.parts) {
-        if (const PixelRect seen = intersection(part, area_); !seen.empty())
-            parts.push_back(onCanvas(seen));
-    }
-    if (parts.empty())
+void Canvas::makeOpaque(const std::vector<xcb_rectangle_t>& rectangles) {
+    steps_.add(xcb_render_fill_rectangles_checked(
+        connection_.handle(), XCB_RENDER_PICT_OP_ADD, picture_.id(), {0, 0, 0, kAll},
+        static_cast<std::uint32_t>(rectangles.size()), rectangles.data()));
+}
+
+void Canvas::draw(const PixelRect& box, const WindowShape& shape, const PictureFormat& format,
+                  Laying laying, WindowContent& content) {
+    const auto rectangles = drawnOf(shape.parts);
+    if (rectangles.empty())
         return;
-    clipTo(parts);
-    const PixelRect seen = intersection(top.box, area_);
-    content.drawOn(picture_.id(), onCanvas(seen), static_cast<std::int16_t>(seen.x - top.box.x),
-                   static_cast<std::int16_t>(seen.y - top.box.y), shape.opacity);
+    clipTo(rectangles);
+    const PixelRect seen = intersection(box, area_);
+    const bool isBlended = laying == Laying::blending;
+    content.drawOn(picture_.id(), isBlended ? XCB_RENDER_PICT_OP_OVER : XCB_RENDER_PICT_OP_SRC,
+                   rectangleOf(onCanvas(seen)), static_cast<std::int16_t>(seen.x - box.x),
+                   static_cast<std::int16_t>(seen.y - box.y), isBlended ? shape.opacity : kAll);
+    if (laying == Laying::covering && format.hasAlpha)
+        makeOpaque(rectangles);
 }
 
 void Canvas::clipTo(const std::vector<xcb_rectangle_t>& rectangles) {
@@ -72,10 +96,20 @@ void Canvas::clipTo(const std::vector<xcb_rectangle_t>& rectangles) {
         rectangles.data()));
 }
 
-xcb_rectangle_t Canvas::onCanvas(const PixelRect& onRoot) const {
-    return {static_cast<std::int16_t>(onRoot.x - area_.x),
-            static_cast<std::int16_t>(onRoot.y - area_.y), static_cast<std::uint16_t>(onRoot.width),
-            static_cast<std::uint16_t>(onRoot.height)};
+PixelRect Canvas::onCanvas(const PixelRect& onRoot) const {
+    return {onRoot.x - area_.x, onRoot.y - area_.y, onRoot.width, onRoot.height};
+}
+
+/* What of the given areas is drawn at all, on the canvas. */
+std::vector<xcb_rectangle_t> Canvas::drawnOf(const std::vector<PixelRect>& onRoot) const {
+    std::vector<xcb_rectangle_t> rectangles;
+    for (const PixelRect& part : parts_) {
+        for (const PixelRect& area : onRoot) {
+            if (const PixelRect drawn = intersection(area, part); !drawn.empty())
+                rectangles.push_back(rectangleOf(onCanvas(drawn)));
+        }
+    }
+    return rectangles;
 }
 
 }  // namespace qor::x11

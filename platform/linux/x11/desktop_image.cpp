@@ -101,19 +101,4 @@ void put(const PixelBuffer& pixels, const PixelRect& part, const PixelRect& area
                     pixels.width * kBytesPerPixel);
 }
 
-PixelBuffer partsOf(const PixelBuffer& image, const PixelRect& area,
-                    const std::vector<PixelRect>& parts) {
-    auto kept = allocateZeroed(image.bytesPerRow * image.height);
-    for (const PixelRect& part : parts) {
-        const PixelRect seen = intersection(part, area);
-        const std::size_t column = static_cast<std::size_t>(seen.x - area.x) * kBytesPerPixel;
-        for (std::size_t y = 0; y < seen.height; ++y) {
-            const std::size_t row = static_cast<std::size_t>(seen.y - area.y) + y;
-            const std::size_t start = row * image.bytesPerRow + column;
-            std::memcpy(kept.get() + start, image.bytes.get() + start, seen.width * kBytesPerPixel);
-        }
-    }
-    return {std::move(kept), image.width, image.height, image.bytesPerRow};
-}
-
 }  // namespace qor::x11

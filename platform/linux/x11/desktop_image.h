@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <vector>
 
 #include "coregraphics/pixel_buffer.h"
 #include "x11/pixel_format.h"
@@ -27,10 +26,5 @@ coregraphics::PixelBuffer desktopImage(const coregraphics::PixelRect& area,
 /* Puts pixels in the place of those of an image. part lies in area, which the image is of. */
 void put(const coregraphics::PixelBuffer& pixels, const coregraphics::PixelRect& part,
          const coregraphics::PixelRect& area, const coregraphics::PixelBuffer& image);
-
-/* The same image, zero outside the given parts of its area. Throws std::bad_alloc. */
-coregraphics::PixelBuffer partsOf(const coregraphics::PixelBuffer& image,
-                                  const coregraphics::PixelRect& area,
-                                  const std::vector<coregraphics::PixelRect>& parts);
 
 }  // namespace qor::x11

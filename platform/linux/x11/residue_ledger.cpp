@@ -20,6 +20,21 @@ PixelRect movedBy(const PixelRect& rect, std::int32_t x, std::int32_t y) {
 
 }  // namespace
 
+void ResidueLedger::join(std::map<Window, PixelRect>& residue, const PixelRect& area) {
+    const auto [entry, isNew] = residue.try_emplace(kUnknown, area);
+    if (!isNew)
+        entry->second = around(entry->second, area);
+}
+
+void ResidueLedger::join(std::map<Window, Trail>& trails, const Trail& trail) {
+    const auto [entry, isNew] = trails.try_emplace(kUnknown, trail);
+    if (isNew)
+        return;
+    Trail& joined = entry->second;
+    joined = {around(joined.area, trail.area), std::max(joined.roundsLeft, trail.roundsLeft),
+              std::max(joined.end, trail.end)};
+}
+
 void ResidueLedger::appeared(Window window, const PixelRect& box, bool isMapped) {
     places_[window] = Place{box, isMapped};
 }
@@ -61,6 +76,12 @@ void ResidueLedger::unmapped(Window window) {
 void ResidueLedger::gone(Window window) {
     unmapped(window);
     places_.erase(window);
+    for (auto& [other, place] : places_) {
+        if (const auto old = place.residue.extract(window))
+            join(place.residue, old.mapped());
+    }
+    if (const auto old = trails_.extract(window))
+        join(trails_, old.mapped());
 }
 
 void ResidueLedger::allBeginAnew() {
@@ -75,7 +96,9 @@ void ResidueLedger::allBeginAnew() {
 void ResidueLedger::endRound() {
     for (auto& [window, trail] : trails_)
         --trail.roundsLeft;
-    std::erase_if(trails_, [](const auto& entry) { return entry.second.roundsLeft <= 0; });
+    std::erase_if(trails_, [this](const auto& entry) {
+        return entry.second.roundsLeft <= 0 && entry.second.end <= now_;
+    });
 }
 
 std::vector<PixelRect> ResidueLedger::residueIn(Window window, const Predicate& isLeftOut) const {
@@ -86,6 +109,25 @@ std::vector<PixelRect> ResidueLedger::residueIn(Window window, const Predicate& 
     for (const auto& [from, area] : found->second.residue) {
         if (isLeftOut(from))
             areas.push_back(area);
+    }
+    return areas;
+}
+
+std::vector<PixelRect> ResidueLedger::shownOf(const Predicate& isLeftOut) const {
+    std::vector<PixelRect> areas;
+    for (const auto& [window, place] : places_) {
+        if (!place.isMapped)
+            continue;
+        if (isLeftOut(window))
+            areas.push_back(place.box);
+        for (const auto& [from, area] : place.residue) {
+            if (isLeftOut(from))
+                areas.push_back(intersection(movedBy(area, place.box.x, place.box.y), place.box));
+        }
+    }
+    for (const auto& [window, trail] : trails_) {
+        if (isLeftOut(window))
+            areas.push_back(trail.area);
     }
     return areas;
 }
@@ -116,9 +158,12 @@ void ResidueLedger::leave(Window window, const Place& place) {
 }
 
 void ResidueLedger::leaveTrail(Window window, const PixelRect& area) {
-    Trail& trail = trails_[window];
-    trail.area = trail.roundsLeft == 0 ? area : around(trail.area, area);
+    const auto [entry, isNew] = trails_.try_emplace(window);
+    Trail& trail = entry->second;
+    const PixelRect seen = withAfterglow(area);
+    trail.area = isNew ? seen : around(trail.area, seen);
     trail.roundsLeft = kRoundsOnScreen;
+    trail.end = now_ + afterglow_.time;
 }
 
 void ResidueLedger::beginAnew(Window window, Place& place) {
@@ -130,13 +175,19 @@ void ResidueLedger::beginAnew(Window window, Place& place) {
     for (const auto& [other, source] : places_) {
         if (other == window || !source.isMapped)
             continue;
-        addResidue(place, other, source.box);
+        addResidue(place, other, withAfterglow(source.box));
         for (const auto& [from, area] : source.residue)
             addResidue(place, from, movedBy(area, source.box.x, source.box.y));
     }
     for (const auto& [from, trail] : trails_)
         addResidue(place, from, trail.area);
     place.residue.erase(window);  // its own pixels
+}
+
+PixelRect ResidueLedger::withAfterglow(const PixelRect& area) const {
+    const auto margin = static_cast<std::int32_t>(afterglow_.margin);
+    return {area.x - margin, area.y - margin, area.width + 2 * afterglow_.margin,
+            area.height + 2 * afterglow_.margin};
 }
 
 void ResidueLedger::addResidue(Place& place, Window from, const PixelRect& onRoot) {

@@ -9,10 +9,11 @@
  *
  * The screen may lag behind: what a window has left is still on screen until the server has painted
  * over it. So places that were left count as long as two rounds, which is when the server has
- * answered a request that came after.
+ * answered a request that came after; longer where a compositing manager paints the screen.
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -28,7 +29,22 @@ class ResidueLedger {
     using PixelRect = coregraphics::PixelRect;
     using Predicate = std::function<bool(Window)>;
 
+    using Clock = std::chrono::steady_clock;
+
     static constexpr Window kUnknown = 0;
+
+    /* What a compositing manager may do beyond the windows' boxes and after they have gone: shades
+     * around them, and fades. */
+    struct Afterglow {
+        std::chrono::milliseconds time{0};
+        std::uint32_t margin = 0;  // pixels on each side
+    };
+
+    /* Holds for what happens from now on. */
+    void setAfterglow(const Afterglow& afterglow) { afterglow_ = afterglow; }
+
+    /* The time of what is told next. It does not go backwards. */
+    void advanceTo(Clock::time_point now) { now_ = now; }
 
     /* A window exists at box, in pixels of the root window, border included. */
     void appeared(Window window, const PixelRect& box, bool isMapped);
@@ -37,6 +53,8 @@ class ResidueLedger {
     void configured(Window window, const PixelRect& box);
     void mapped(Window window);
     void unmapped(Window window);
+    /* What is left of it counts as kUnknown's from now on: its identifier may become another
+     * window's, and windows that come and go would add up. */
     void gone(Window window);
 
     /* Each mapped window gets a fresh pixmap now. What they show on screen at present goes into it;
@@ -51,6 +69,10 @@ class ResidueLedger {
      * cleaned, that may hold pixels of windows for which the predicate holds. They may reach past
      * the box. All of a window that is not known. */
     std::vector<PixelRect> residueIn(Window window, const Predicate& isLeftOut) const;
+
+    /* Areas of the root window where the screen may show pixels of windows for which the predicate
+     * holds. */
+    std::vector<PixelRect> shownOf(const Predicate& isLeftOut) const;
 
     /* Tells the present pixmap of a window that is as large as box from its earlier ones; 0 if the
      * window has another size. */
@@ -72,13 +94,19 @@ class ResidueLedger {
     struct Trail {
         PixelRect area;  // of the root window
         int roundsLeft = 0;
+        Clock::time_point end = {};
     };
 
+    static void join(std::map<Window, PixelRect>& residue, const PixelRect& area);
+    static void join(std::map<Window, Trail>& trails, const Trail& trail);
     void leave(Window window, const Place& place);
     void leaveTrail(Window window, const PixelRect& area);
     void beginAnew(Window window, Place& place);
+    PixelRect withAfterglow(const PixelRect& area) const;
     static void addResidue(Place& place, Window from, const PixelRect& onRoot);
 
+    Afterglow afterglow_;
+    Clock::time_point now_;
     std::map<Window, Place> places_;
     unsigned generations_ = 0;
     std::map<Window, Trail> trails_;  // where windows' pixels may still be on screen

@@ -9,7 +9,7 @@
 #include "coregraphics/display_server.h"
 #include "x11/connection.h"
 #include "x11/image_transport.h"
-#include "x11/root_format.h"
+#include "x11/screen_content.h"
 #include "x11/window_pictures.h"
 
 namespace qor::x11 {
@@ -30,14 +30,10 @@ class Session final : public coregraphics::DisplayServer {
                                                         std::uint32_t window) override;
 
   private:
-    void prepare();
-
     Connection connection_;
     ImageTransport transport_{connection_};
-    WindowPictures windowPictures_{connection_, transport_};
-    std::optional<RootFormat> format_;  // null until connected, and if it cannot be converted
-    bool isPrepared_ = false;
-    coregraphics::PixelRect root_;  // as last seen
+    ScreenContent screenContent_{connection_, transport_};
+    WindowPictures windowPictures_{connection_, transport_, screenContent_};
 };
 
 }  // namespace qor::x11

@@ -1,9 +1,12 @@
 #include "x11/top_levels.h"
 
+#include <algorithm>
 #include <deque>
 #include <set>
 #include <span>
+#include <utility>
 
+#include "x11/desktop_image.h"
 #include "x11/property.h"
 
 namespace qor::x11 {
@@ -31,8 +34,7 @@ struct Description {
     Request<xcb_get_geometry_reply_t> geometry;
 };
 
-/* Which client made a window: in its identifier, above the bits that the client counts with. 0 is
- * the server itself. */
+/* Which client made a window: in its identifier, above the bits that the client counts with. */
 std::uint32_t makerOf(const Connection& connection, xcb_window_t window) {
     constexpr std::uint32_t kMakerAndCount = 0x1fffffff;
     const std::uint32_t count = xcb_get_setup(connection.handle())->resource_id_mask;
@@ -50,7 +52,7 @@ std::uint32_t managerIn(const Connection& connection, const xcb_get_property_rep
 }
 
 /* Null if the window has gone. */
-std::optional<TopLevel> take(const Connection& connection, Description& description) {
+std::optional<TopLevel> take(Description& description) {
     const auto attributes = description.attributes.take();
     const auto geometry = description.geometry.take();
     if (attributes == nullptr || geometry == nullptr)
@@ -62,8 +64,7 @@ std::optional<TopLevel> take(const Connection& connection, Description& descript
         .border = geometry->border_width,
         .visual = attributes->visual,
         .isMapped = attributes->map_state == XCB_MAP_STATE_VIEWABLE,
-        .isOfAnApplication = attributes->_class != XCB_WINDOW_CLASS_INPUT_ONLY &&
-                             makerOf(connection, description.window) != 0};
+        .isForInputOnly = attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY};
 }
 
 /* A window that may be the application's, or have it in it. */
@@ -72,7 +73,7 @@ struct Candidate {
         : window(candidate),
           topLevel(top),
           state(connection, xcb_get_property(connection.handle(), 0, window, wmState,
-                                             XCB_GET_PROPERTY_TYPE_ANY, 0, 0)),
+                                             XCB_GET_PROPERTY_TYPE_ANY, 0, 1)),
           tree(connection, xcb_query_tree(connection.handle(), window)) {}
 
     const xcb_window_t window;
@@ -80,6 +81,17 @@ struct Candidate {
     Request<xcb_get_property_reply_t> state;
     Request<xcb_query_tree_reply_t> tree;
 };
+
+/* An application's window that a window manager has marked. */
+struct Managed {
+    TopLevel* topLevel;
+    bool isIconic;
+};
+
+bool isIconic(const xcb_get_property_reply_t& state) {
+    constexpr std::uint32_t kIconicState = 3;
+    return singleValueIn(&state) == kIconicState;
+}
 
 /* Another client's window in one of the window manager's. */
 struct Stranger {
@@ -123,6 +135,8 @@ class ClientSearch {
         return frames;
     }
 
+    const std::vector<Managed>& managed() const { return managed_; }
+
   private:
     void examine(Candidate& candidate) {
         const auto state = candidate.state.take();
@@ -131,6 +145,7 @@ class ClientSearch {
             return;
         if (state->type != XCB_NONE) {
             candidate.topLevel.number = candidate.window;
+            managed_.push_back({&candidate.topLevel, isIconic(*state)});
             return;
         }
         const auto children = childrenIn(*tree);
@@ -153,46 +168,100 @@ class ClientSearch {
     const xcb_atom_t wmState_;
     const std::uint32_t manager_;
     std::deque<Candidate> level_;
+    std::vector<Managed> managed_;
     std::vector<Stranger> strangers_;
 };
 
-void findNumbers(Connection& connection, std::vector<TopLevel>& windows, const ManagerAtoms& atoms,
+bool contains(const xcb_get_property_reply_t& states, xcb_atom_t state) {
+    if (states.type != XCB_ATOM_ATOM || states.format != 32)
+        return false;
+    const std::span atoms(
+        static_cast<const xcb_atom_t*>(xcb_get_property_value(&states)),
+        static_cast<std::size_t>(xcb_get_property_value_length(&states)) / sizeof(xcb_atom_t));
+    return std::ranges::find(atoms, state) != atoms.end();
+}
+
+/* A window that is rolled up counts as minimised too, but its frame is seen. */
+void markMinimised(Connection& connection, const std::vector<Managed>& managed,
+                   const ManagerAtoms& atoms) {
+    constexpr std::uint32_t kMostStates = 64;
+    std::deque<Request<xcb_get_property_reply_t>> requests;
+    for (const Managed& window : managed)
+        requests.emplace_back(connection,
+                              xcb_get_property(connection.handle(), 0, window.topLevel->number,
+                                               atoms.netState, XCB_ATOM_ATOM, 0, kMostStates));
+    for (std::size_t i = 0; i < managed.size(); ++i) {
+        const auto states = requests[i].take();
+        const bool isRolledUp = states != nullptr && contains(*states, atoms.shaded);
+        const bool isMinimised =
+            managed[i].isIconic || (states != nullptr && contains(*states, atoms.hidden));
+        managed[i].topLevel->isHidden = isMinimised && !isRolledUp;
+    }
+}
+
+/* Some compositing managers keep the windows of other workspaces mapped beneath a window for input
+ * only that covers the screen, so that the pointer does not get at them. */
+void markWindowsBeneathGuard(const Connection& connection, WindowStack& stack,
+                             std::uint32_t manager) {
+    const auto isGuard = [&](const TopLevel& top) {
+        return top.isForInputOnly && top.isMapped && makerOf(connection, top.window) == manager &&
+               intersection(top.box, stack.root) == stack.root;
+    };
+    const auto guard = std::ranges::find_if(stack.windows.rbegin(), stack.windows.rend(), isGuard);
+    for (auto top = guard; top != stack.windows.rend(); ++top)
+        top->isHidden = true;
+}
+
+void findNumbers(Connection& connection, WindowStack& stack, const ManagerAtoms& atoms,
                  std::uint32_t manager) {
     ClientSearch search(connection, atoms.state, manager);
-    for (TopLevel& top : windows) {
+    for (TopLevel& top : stack.windows) {
         if (top.isVisible())
             search.start(top);
     }
     search.run();
     const auto unmarked = search.unmarkedFrames(atoms.embeddingInfo);
-    for (TopLevel& top : windows) {
+    for (TopLevel& top : stack.windows) {
         if (top.isVisible() && top.number == 0 && !unmarked.contains(top.window))
             top.number = top.window;
     }
+    markMinimised(connection, search.managed(), atoms);
+    if (stack.isComposited)
+        markWindowsBeneathGuard(connection, stack, manager);
 }
 
 }  // namespace
 
-std::optional<std::vector<TopLevel>> listTopLevels(Connection& connection,
-                                                   const ManagerAtoms& atoms) {
+std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAtoms& atoms) {
+    xcb_connection_t* handle = connection.handle();
+    const xcb_window_t root = connection.screen().root;
     Request<xcb_get_property_reply_t> managerRequest(connection,
                                                      askManager(connection, atoms.check));
-    Request<xcb_query_tree_reply_t> treeRequest(
-        connection, xcb_query_tree(connection.handle(), connection.screen().root));
+    Request<xcb_get_selection_owner_reply_t> compositorRequest(
+        connection, xcb_get_selection_owner(handle, atoms.compositor));
+    Request<xcb_get_geometry_reply_t> rootRequest(connection, xcb_get_geometry(handle, root));
+    Request<xcb_query_tree_reply_t> treeRequest(connection, xcb_query_tree(handle, root));
+    const std::uint32_t manager = managerIn(connection, managerRequest.take().get());
+    const auto compositor = compositorRequest.take();
+    const auto geometry = rootRequest.take();
     const auto tree = treeRequest.take();
-    if (tree == nullptr)
+    if (compositor == nullptr || geometry == nullptr || tree == nullptr)
         return std::nullopt;
+    WindowStack stack;
+    stack.root = {0, 0, geometry->width, geometry->height};
+    stack.isComposited = compositor->owner != XCB_NONE;
     std::deque<Description> descriptions;
     for (const xcb_window_t window : childrenIn(*tree))
         descriptions.emplace_back(connection, window);
-    std::vector<TopLevel> windows;
     for (Description& description : descriptions) {
-        if (const auto window = take(connection, description))
-            windows.push_back(*window);
+        auto window = take(description);
+        if (!window)
+            continue;
+        window->isBesideScreen = intersection(window->box, stack.root).empty();
+        stack.windows.push_back(*window);
     }
-    const std::uint32_t manager = managerIn(connection, managerRequest.take().get());
-    findNumbers(connection, windows, atoms, manager);
-    return connection.answers() ? std::optional(std::move(windows)) : std::nullopt;
+    findNumbers(connection, stack, atoms, manager);
+    return connection.answers() ? std::optional(std::move(stack)) : std::nullopt;
 }
 
 }  // namespace qor::x11

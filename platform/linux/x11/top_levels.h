@@ -25,12 +25,20 @@ struct TopLevel {
     std::uint16_t border = 0;
     xcb_visualid_t visual = 0;
     bool isMapped = false;
-    // Not so: windows for input only, and the server's own, on which compositing managers draw the
-    // whole screen.
-    bool isOfAnApplication = false;
+    bool isForInputOnly = false;
+    bool isBesideScreen = false;  // all of it
+    // Minimised, or on another workspace, and mapped all the same: until an animation has ended, or
+    // because a compositing manager wants their content, which it does not show.
+    bool isHidden = false;
 
-    bool isVisible() const { return isMapped && isOfAnApplication; }
-    bool isListed() const { return isVisible() && number != 0; }
+    bool isVisible() const { return isMapped && !isForInputOnly && !isHidden; }
+    bool isListed() const { return isVisible() && !isBesideScreen && number != 0; }
+};
+
+struct WindowStack {
+    std::vector<TopLevel> windows;  // the lowest first
+    coregraphics::PixelRect root;
+    bool isComposited = false;  // a compositing manager shows the windows, not the server itself
 };
 
 /* The names that the marks go by. */
@@ -38,10 +46,13 @@ struct ManagerAtoms {
     xcb_atom_t state = XCB_NONE;          // WM_STATE, on applications' windows
     xcb_atom_t check = XCB_NONE;          // _NET_SUPPORTING_WM_CHECK, on the root window
     xcb_atom_t embeddingInfo = XCB_NONE;  // _XEMBED_INFO, on parts of other clients' windows
+    xcb_atom_t compositor = XCB_NONE;     // _NET_WM_CM_S0 or of another screen, a selection
+    xcb_atom_t netState = XCB_NONE;       // _NET_WM_STATE, on applications' windows
+    xcb_atom_t hidden = XCB_NONE;         // _NET_WM_STATE_HIDDEN, a state
+    xcb_atom_t shaded = XCB_NONE;         // _NET_WM_STATE_SHADED, a state
 };
 
-/* All of them, the lowest first; null if the server does not answer. */
-std::optional<std::vector<TopLevel>> listTopLevels(Connection& connection,
-                                                   const ManagerAtoms& atoms);
+/* All of them; null if the server does not answer. */
+std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAtoms& atoms);
 
 }  // namespace qor::x11

@@ -33,15 +33,15 @@ WindowContent::WindowContent(Connection& connection, xcb_window_t window,
         xcb_render_create_picture_checked(handle, picture_.id(), pixmap_.id(), format, 0, nullptr));
 }
 
-void WindowContent::clear(std::span<const xcb_rectangle_t> areas) {
-    const xcb_render_color_t zero{0, 0, 0, 0};
+void WindowContent::fill(std::span<const xcb_rectangle_t> areas, xcb_render_color_t color) {
     drawing_.add(xcb_render_fill_rectangles_checked(
-        connection_.handle(), XCB_RENDER_PICT_OP_SRC, picture_.id(), zero,
+        connection_.handle(), XCB_RENDER_PICT_OP_SRC, picture_.id(), color,
         static_cast<std::uint32_t>(areas.size()), areas.data()));
 }
 
-void WindowContent::drawOn(xcb_render_picture_t target, const xcb_rectangle_t& targetArea,
-                           std::int16_t x, std::int16_t y, std::uint16_t opacity) {
+void WindowContent::drawOn(xcb_render_picture_t target, xcb_render_pict_op_t operation,
+                           const xcb_rectangle_t& targetArea, std::int16_t x, std::int16_t y,
+                           std::uint16_t opacity) {
     xcb_connection_t* handle = connection_.handle();
     std::optional<Picture> mask;
     if (opacity != 0xffff) {
@@ -49,8 +49,8 @@ void WindowContent::drawOn(xcb_render_picture_t target, const xcb_rectangle_t& t
         drawing_.add(xcb_render_create_solid_fill_checked(handle, mask->id(), {0, 0, 0, opacity}));
     }
     drawing_.add(xcb_render_composite_checked(
-        handle, XCB_RENDER_PICT_OP_OVER, picture_.id(), mask ? mask->id() : XCB_NONE, target, x, y,
-        0, 0, targetArea.x, targetArea.y, targetArea.width, targetArea.height));
+        handle, static_cast<std::uint8_t>(operation), picture_.id(), mask ? mask->id() : XCB_NONE,
+        target, x, y, 0, 0, targetArea.x, targetArea.y, targetArea.width, targetArea.height));
 }
 
 WindowContent::Outcome WindowContent::outcome() {

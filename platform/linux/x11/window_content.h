@@ -7,7 +7,6 @@
 #include "x11/connection.h"
 #include "x11/request_batch.h"
 #include "x11/server_resource.h"
-#include "x11/top_levels.h"
 
 namespace qor::x11 {
 
@@ -25,13 +24,15 @@ class WindowContent {
     WindowContent(Connection& connection, xcb_window_t window, xcb_render_pictformat_t format);
 
     xcb_render_picture_t picture() const { return picture_.id(); }
+    xcb_pixmap_t pixmap() const { return pixmap_.id(); }
 
-    /* Writes zeros to areas in the pixmap's coordinates. */
-    void clear(std::span<const xcb_rectangle_t> areas);
+    /* Writes one colour to areas in the pixmap's coordinates. */
+    void fill(std::span<const xcb_rectangle_t> areas, xcb_render_color_t color);
 
-    /* Draws a part of it over another picture, opacity 0xffff being all of it. */
-    void drawOn(xcb_render_picture_t target, const xcb_rectangle_t& targetArea, std::int16_t x,
-                std::int16_t y, std::uint16_t opacity);
+    /* Draws a part of it on another picture, opacity 0xffff being all of it. */
+    void drawOn(xcb_render_picture_t target, xcb_render_pict_op_t operation,
+                const xcb_rectangle_t& targetArea, std::int16_t x, std::int16_t y,
+                std::uint16_t opacity);
 
     enum class Outcome { done, hasNone, failed };
 

@@ -35,29 +35,35 @@ void askForNotices(const Connection& connection) {
                                  &mask);
 }
 
-void enter(const xcb_generic_event_t& event, xcb_window_t root, ResidueLedger& ledger) {
+bool enter(const xcb_generic_event_t& event, xcb_window_t root, ResidueLedger& ledger) {
     // One that a client made up carries a mark, and says nothing of what the server did.
     if ((event.response_type & kSentByClient) != 0)
-        return;
+        return false;
     switch (event.response_type) {
         case XCB_CREATE_NOTIFY: {
             const auto& notice = as<xcb_create_notify_event_t>(event);
-            return ledger.appeared(notice.window, boxIn(notice), false);
+            ledger.appeared(notice.window, boxIn(notice), false);
+            return true;
         }
         case XCB_CONFIGURE_NOTIFY: {
             const auto& notice = as<xcb_configure_notify_event_t>(event);
-            return ledger.configured(notice.window, boxIn(notice));
+            ledger.configured(notice.window, boxIn(notice));
+            return true;
         }
         case XCB_MAP_NOTIFY:
-            return ledger.mapped(as<xcb_map_notify_event_t>(event).window);
+            ledger.mapped(as<xcb_map_notify_event_t>(event).window);
+            return true;
         case XCB_UNMAP_NOTIFY:
-            return ledger.unmapped(as<xcb_unmap_notify_event_t>(event).window);
+            ledger.unmapped(as<xcb_unmap_notify_event_t>(event).window);
+            return true;
         case XCB_DESTROY_NOTIFY:
-            return ledger.gone(as<xcb_destroy_notify_event_t>(event).window);
+            ledger.gone(as<xcb_destroy_notify_event_t>(event).window);
+            return true;
         case XCB_REPARENT_NOTIFY:
-            return enterReparented(as<xcb_reparent_notify_event_t>(event), root, ledger);
+            enterReparented(as<xcb_reparent_notify_event_t>(event), root, ledger);
+            return true;
         default:
-            return;
+            return event.response_type == XCB_CIRCULATE_NOTIFY;
     }
 }
 

@@ -40,7 +40,8 @@ std::optional<WindowShape> WindowShapeRequest::take() {
     // to the frame.
     const auto ownOpacity = opacityIn(ownOpacity_.take().get());
     const auto clientOpacity = opacityIn(clientOpacity_.take().get());
-    WindowShape shape{{top_.box}, ownOpacity.value_or(clientOpacity.value_or(0xffff))};
+    WindowShape shape{.parts = {top_.box},
+                      .opacity = ownOpacity.value_or(clientOpacity.value_or(0xffff))};
     if (!shape_)
         return shape;
     const auto extents = extents_->take();
@@ -50,6 +51,7 @@ std::optional<WindowShape> WindowShapeRequest::take() {
     // Of a window without a shape, servers give a rectangle that lacks half of the border.
     if (extents->bounding_shaped == 0)
         return shape;
+    shape.isWhole = false;
     shape.parts.clear();
     const std::span rectangles(
         xcb_shape_get_rectangles_rectangles(reply.get()),

@@ -41,8 +41,8 @@ void expose(Connection& connection, const TopLevel& top, const PixelRect& area) 
 
 }  // namespace
 
-void wipe(Connection& connection, const TopLevel& top, const std::vector<PixelRect>& areas,
-          WindowContent& content) {
+void wipe(Connection& connection, const TopLevel& top, const WindowShape& shape,
+          const std::vector<PixelRect>& areas, WindowContent& content) {
     // The border is the server's to paint, which it does at once; nothing would make it do so
     // again.
     const PixelRect inside{top.border, top.border, top.box.width - 2U * top.border,
@@ -57,8 +57,10 @@ void wipe(Connection& connection, const TopLevel& top, const std::vector<PixelRe
         rectangles.push_back(rectangleOf(part));
     }
     // The pixmap itself first: the window's shape may leave parts of it out now, and let them be
-    // seen later.
-    content.clear(rectangles);
+    // seen later. Not that of a whole window with a border, though: that may have moved inwards
+    // meanwhile, and what exposes the window keeps clear of it.
+    if (top.border == 0 || !shape.isWhole)
+        content.fill(rectangles, {0, 0, 0, 0});
     for (const PixelRect& part : wiped)
         expose(connection, top, part);
 }

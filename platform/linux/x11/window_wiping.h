@@ -7,6 +7,7 @@
 #include "x11/connection.h"
 #include "x11/top_levels.h"
 #include "x11/window_content.h"
+#include "x11/window_shape.h"
 
 namespace qor::x11 {
 
@@ -14,7 +15,7 @@ namespace qor::x11 {
  * then the backgrounds of the windows in it, then what their applications paint when the server
  * tells them that the areas were exposed. What is drawn from the content afterwards holds none of
  * what the areas showed before. */
-void wipe(Connection& connection, const TopLevel& top,
+void wipe(Connection& connection, const TopLevel& top, const WindowShape& shape,
           const std::vector<coregraphics::PixelRect>& areas, WindowContent& content);
 
 }  // namespace qor::x11
