@@ -31,6 +31,26 @@ struct Display {
     unsigned depth = 0;      // significant bits of a frame-buffer pixel
 };
 
+/* What a window is to its user. */
+enum class WindowRole {
+    normal,
+    floating,  // tools, and windows that are kept above others
+    panel,     // at an edge of the screen, for as long as the desktop
+    popup,     // menus, tooltips, notices
+    desktop,   // behind all others
+};
+
+/* A window on screen, as the application that it belongs to describes it. */
+struct WindowDescription {
+    std::uint32_t number = 0;  // that applications know it by
+    PixelRect box;             // with its frame
+    WindowRole role = WindowRole::normal;
+    double opacity = 1;          // 0 to 1
+    std::int32_t processId = 0;  // 0 if it is not told
+    std::string application;     // UTF-8 without control characters; empty if it is not told
+    std::string title;           // the same
+};
+
 /* Busy: it does not answer at present, so calls fail, but the connection stands. */
 enum class ServerState { ready, busy, lost };
 
@@ -56,6 +76,9 @@ class DisplayServer {
     /* The windows that are on screen, by the numbers that applications know them by, front to
      * back. */
     virtual std::optional<std::vector<std::uint32_t>> windowsOnScreen() = 0;
+
+    /* The same windows with what is known of them. */
+    virtual std::optional<std::vector<WindowDescription>> windowDescriptions() = 0;
 
     /* An area of the desktop as it would be with the given windows only, the first one on top, each
      * with its own content, covered or not; zero where it reaches past the desktop. Numbers of no

@@ -52,6 +52,11 @@ std::optional<std::vector<std::uint32_t>> Session::windowsOnScreen() {
     return windowPictures_.numbersOnScreen();
 }
 
+std::optional<std::vector<coregraphics::WindowDescription>> Session::windowDescriptions() {
+    const auto stack = windowPictures_.listWindows();
+    return stack ? windowDescriptions_.describe(stack->windows) : std::nullopt;
+}
+
 std::optional<PixelBuffer> Session::grabWindows(const PixelRect& area,
                                                 const std::vector<std::uint32_t>& windows) {
     return windowPictures_.desktopOf(windows, area);

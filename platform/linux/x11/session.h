@@ -10,6 +10,7 @@
 #include "x11/connection.h"
 #include "x11/image_transport.h"
 #include "x11/screen_content.h"
+#include "x11/window_descriptions.h"
 #include "x11/window_pictures.h"
 
 namespace qor::x11 {
@@ -24,6 +25,7 @@ class Session final : public coregraphics::DisplayServer {
     std::optional<std::string> displayName(std::uint32_t displayId) override;
     std::optional<coregraphics::PixelBuffer> grab(const coregraphics::PixelRect& area) override;
     std::optional<std::vector<std::uint32_t>> windowsOnScreen() override;
+    std::optional<std::vector<coregraphics::WindowDescription>> windowDescriptions() override;
     std::optional<coregraphics::PixelBuffer> grabWindows(
         const coregraphics::PixelRect& area, const std::vector<std::uint32_t>& windows) override;
     std::optional<coregraphics::PixelBuffer> grabWindow(const coregraphics::PixelRect& area,
@@ -33,6 +35,7 @@ class Session final : public coregraphics::DisplayServer {
     Connection connection_;
     ImageTransport transport_{connection_};
     ScreenContent screenContent_{connection_, transport_};
+    WindowDescriptions windowDescriptions_{connection_};
     WindowPictures windowPictures_{connection_, transport_, screenContent_};
 };
 

@@ -3,6 +3,7 @@
 #ifndef COREGRAPHICS_CGGEOMETRY_H
 #define COREGRAPHICS_CGGEOMETRY_H
 
+#include <CoreFoundation/CFDictionary.h>
 #include <CoreGraphics/CGBase.h>
 
 typedef struct CGPoint {
@@ -28,5 +29,19 @@ static inline CGRect CGRectMake(CGFloat x, CGFloat y, CGFloat width, CGFloat hei
     rect.size.height = height;
     return rect;
 }
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/* Writes the rectangle that a dictionary holds as the numbers X, Y, Width and Height. False, with
+ * nothing written, if there is none in it, or for NULL. */
+bool CGRectMakeWithDictionaryRepresentation(CFDictionaryRef dict, CGRect* rect);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
 
 #endif

@@ -19,6 +19,8 @@
 #define COREGRAPHICS_CGWINDOW_H
 
 #include <CoreFoundation/CFArray.h>
+#include <CoreFoundation/CFNumber.h>
+#include <CoreFoundation/CFString.h>
 #include <CoreGraphics/CGGeometry.h>
 #include <CoreGraphics/CGImage.h>
 
@@ -30,6 +32,20 @@ extern "C" {
 /* A window of the display server, of any application. */
 typedef uint32_t CGWindowID;
 #define kCGNullWindowID 0U
+
+/* Who else may read a window's content. On X11 everybody may, and write too. */
+CF_ENUM(uint32_t, CGWindowSharingType){
+    kCGWindowSharingNone = 0,
+    kCGWindowSharingReadOnly = 1,
+    kCGWindowSharingReadWrite = 2,
+};
+
+/* How a window's content is kept. On X11 not at all where it is covered, or nobody can tell. */
+CF_ENUM(uint32_t, CGWindowBackingType){
+    kCGBackingStoreRetained = 0,
+    kCGBackingStoreNonretained = 1,
+    kCGBackingStoreBuffered = 2,
+};
 
 CF_OPTIONS(uint32_t, CGWindowListOption){
     kCGWindowListOptionAll = 0, kCGWindowListOptionOnScreenOnly = 1 << 0,
@@ -59,6 +75,38 @@ CGImageRef CGWindowListCreateImage(CGRect screenBounds, CGWindowListOption listO
  * to back; the caller's to release. Only for kCGWindowListOptionOnScreenOnly and kCGNullWindowID.
  * NULL for other options, or on failure. */
 CFArrayRef CGWindowListCreate(CGWindowListOption option, CGWindowID relativeToWindow);
+
+/* The keys of a window's description, and what is stored under them. The first eight are always
+ * there; an optional one is left out if there is nothing to tell.
+ *
+ * Nobody checks what applications say of themselves: two may give the same name, and a window need
+ * not belong to the process that it names. */
+extern const CFStringRef kCGWindowNumber;       /* kCFNumberSInt32Type: the CGWindowID */
+extern const CFStringRef kCGWindowStoreType;    /* kCFNumberSInt32Type: a CGWindowBackingType */
+extern const CFStringRef kCGWindowLayer;        /* kCFNumberIntType: see below */
+extern const CFStringRef kCGWindowBounds;       /* CFDictionaryRef for
+                                                   CGRectMakeWithDictionaryRepresentation: with its
+                                                   frame, in global display coordinates */
+extern const CFStringRef kCGWindowSharingState; /* kCFNumberSInt32Type: a CGWindowSharingType */
+extern const CFStringRef kCGWindowAlpha;        /* kCFNumberCGFloatType: 0 unseen to 1 opaque */
+extern const CFStringRef kCGWindowOwnerPID;     /* kCFNumberIntType: 0 if it is not told */
+extern const CFStringRef kCGWindowMemoryUsage;  /* kCFNumberLongLongType: bytes, an estimate */
+extern const CFStringRef kCGWindowOwnerName;    /* optional CFStringRef: the application */
+extern const CFStringRef kCGWindowName;         /* optional CFStringRef: the title */
+extern const CFStringRef kCGWindowIsOnscreen;   /* optional CFBooleanRef */
+
+/* Descriptions of the windows on screen, an array of CFDictionaryRef, front to back: the windows of
+ * CGWindowListCreate in the same order, but for one that comes or goes between two calls. The
+ * caller's to release. Only for kCGWindowListOptionOnScreenOnly and kCGNullWindowID. NULL for other
+ * options, or on failure.
+ *
+ * The layer is 0 for a usual window, 3 for a tool window or one that is kept above others, 20 for a
+ * panel at the screen's edge, 101 for a menu, tooltip or other popup, and -2147483623 for the
+ * desktop; a window may be in front of one of a higher layer.
+ *
+ * Names are UTF-8 of at most a few thousand bytes, blanks in place of control characters. On X11
+ * they come from WM_CLASS, and from _NET_WM_NAME or WM_NAME. */
+CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOption option, CGWindowID relativeToWindow);
 
 /* A picture of screenBounds (as above, the caller's to release) as it would be if there were only
  * the windows whose numbers are in the array, plain values with the front one first: the desktop's
