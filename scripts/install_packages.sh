@@ -5,7 +5,7 @@
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
     g++ cmake ninja-build pkg-config
-    libcli11-dev libfmt-dev libpng-dev
+    libcli11-dev libfmt-dev libpng-dev libutf8proc-dev
     libxcb1-dev libxcb-composite0-dev libxcb-randr0-dev libxcb-render0-dev libxcb-shape0-dev
     libxcb-shm0-dev
 )

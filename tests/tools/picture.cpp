@@ -31,6 +31,24 @@ Picture readPicture(const std::filesystem::path& file) {
     return picture;
 }
 
+Color colorAt(const Picture& picture, std::uint32_t x, std::uint32_t y) {
+    if (x >= picture.width || y >= picture.height) {
+        return {};
+    }
+    const std::uint8_t* const pixel = &picture.rgb[(std::size_t{y} * picture.width + x) * 3];
+    return {pixel[0], pixel[1], pixel[2]};
+}
+
+bool shows(const Picture& picture, Color color) {
+    for (std::size_t index = 0; index + 2 < picture.rgb.size(); index += 3) {
+        const std::uint8_t* const pixel = &picture.rgb[index];
+        if (Color{pixel[0], pixel[1], pixel[2]} == color) {
+            return true;
+        }
+    }
+    return false;
+}
+
 int greatestDifference(const Picture& one, const Picture& other) {
     if (one.rgb.empty() || one.width != other.width || one.height != other.height) {
         return 256;

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "painter.h"
+
 /* A decoded PNG file. All zero when the file is absent or is no whole PNG. */
 struct Picture {
     std::uint32_t width = 0;
@@ -15,6 +17,12 @@ struct Picture {
 };
 
 Picture readPicture(const std::filesystem::path& file);
+
+/* A pixel's colour; black outside the picture. */
+Color colorAt(const Picture& picture, std::uint32_t x, std::uint32_t y);
+
+/* Whether any pixel has a colour. */
+bool shows(const Picture& picture, Color color);
 
 /* The greatest difference of a channel; 256 when the sizes differ or a picture is empty. */
 int greatestDifference(const Picture& one, const Picture& other);

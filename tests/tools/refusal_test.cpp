@@ -43,8 +43,8 @@ TEST_P(RefusalTest, TellsInOneLineAndLeavesNothing) {
 }
 
 const Refusal kBadUsage[] = {
-    {"NoCommand", {}, 2, "a command is required: monitors, shot or run"},
-    {"UnknownCommand", {"snap"}, 2, "'snap' is not a command: monitors, shot or run"},
+    {"NoCommand", {}, 2, "a command is required: monitors, windows, shot or run"},
+    {"UnknownCommand", {"snap"}, 2, "'snap' is not a command: monitors, windows, shot or run"},
     {"UnknownGlobalOption", {"--nope"}, 2, "'--nope' is not an option"},
     {"UnknownOption", {"shot", "--sise", "1x1", "a.png"}, 2, "--sise"},
     {"NoFile", {"shot"}, 2, "FILE is required"},
@@ -71,12 +71,37 @@ const Refusal kBadUsage[] = {
     {"RateTwice", {"run", "--fps", "5", "--fps", "6"}, 2, "--fps"},
     {"EmptyDirectory", {"run", "--out", ""}, 2, "--out: the name is empty"},
     {"TraceLevelTooHigh", {"--trace", "4", "monitors"}, 2, "--trace: '4' is not a whole number"},
+    {"WindowOfWords", {"shot", "--window=abc", "a.png"}, 2, "--window: 'abc' is not a window's"},
+    {"NegativeWindow", {"shot", "--window", "-5", "a.png"}, 2, "--window: '-5' is not a window's"},
+    {"NoWindow", {"run", "--window", "0"}, 2, "--window: '0' is not a window's number"},
+    {"WindowTooLarge",
+     {"shot", "--window=4294967296", "a.png"},
+     2,
+     "--window: '4294967296' is not"},
+    {"HexWindowTooLarge", {"run", "--window=0x100000000"}, 2, "--window: '0x100000000' is not"},
+    {"HexWithoutDigits",
+     {"shot", "--window", "0x", "a.png"},
+     2,
+     "--window: '0x' is not a window's"},
+    {"SignedHex", {"shot", "--window", "0x-5", "a.png"}, 2, "--window: '0x-5' is not a window's"},
+    {"WindowTwice", {"run", "--window", "5", "--window", "6"}, 2, "--window"},
+    {"ExcludedWindowOfWords",
+     {"run", "--exclude", "5,abc"},
+     2,
+     "--exclude: 'abc' is not a window's"},
+    {"NothingExcluded", {"shot", "a.png", "--exclude"}, 2, "--exclude"},
+    {"WindowAndOthersLess",
+     {"shot", "--window", "5", "--exclude", "6", "a.png"},
+     2,
+     "--window and --exclude cannot go together"},
     {"RateOfAShot", {"shot", "--fps", "5", "a.png"}, 2, "--fps"},
 };
 
 const Refusal kImpossible[] = {
     {"AbsentMonitor", {"shot", "--monitor", "3", "a.png"}, 1, "no monitor 3: there is 1 (0)"},
     {"AbsentMonitorOfARun", {"run", "--monitor", "1"}, 1, "no monitor 1: there is 1 (0)"},
+    {"AbsentWindow", {"shot", "--window", "12", "a.png"}, 1, "no window 12 on screen; see"},
+    {"AbsentWindowOfARun", {"run", "--window", "0xc"}, 1, "no window 12 on screen; see"},
     {"TooWide", {"shot", "--size", "641x480", "a.png"}, 1, "--size 641x480"},
     {"TooHigh", {"run", "--size", "640x481"}, 1, "at least 1 and at most 640x480"},
     {"NoSuchFolder", {"shot", "none/a.png"}, 1, "cannot write none/a.png: none: No such file"},
@@ -112,6 +137,7 @@ TEST_P(NoServerTest, TellsWhichDisplayIsMeant) {
 
 INSTANTIATE_TEST_SUITE_P(EveryCommand, NoServerTest,
                          testing::Values(std::vector<std::string>{"monitors"},
+                                         std::vector<std::string>{"windows"},
                                          std::vector<std::string>{"shot", "a.png"},
                                          std::vector<std::string>{"run"}),
                          [](const auto& test) { return test.param.front(); });

@@ -32,11 +32,18 @@ CaptureSession::CaptureSession(const CaptureSettings& settings)
     : index_(CapMgr_GenerateCaptureIndex()) {
     CapMgr_SetMaxFrameRate(index_, settings.framesPerSecond);
     CapMgr_SetCaptureFrameSize(index_, settings.size);
+    for (const std::uintptr_t window : settings.excluded) {
+        CapMgr_SetExcludeWnd(index_, reinterpret_cast<const void*>(window), CAP_EXC_WND_ADD);
+    }
+    const CAP_TYPE type = settings.window ? CAP_TYPE_APP_WINDOW : CAP_TYPE_DESKTOP;
     const std::uint32_t result = CapMgr_StartCapture(index_, settings.monitor, CAP_METHOD_DEFAULT,
-                                                     CAP_TYPE_DESKTOP, 0, PARALLEL_CAPTURE_MODE);
+                                                     type, 0, PARALLEL_CAPTURE_MODE);
     if (result != 0) {
         throw Failure(fmt::format("cannot start capturing monitor {} (code {}); see --trace 2",
                                   settings.monitor, result));
+    }
+    if (settings.window) {
+        CapMgr_SetSharedAppWnd(index_, *settings.window, CAP_APP_WND_SET);
     }
     // A capture begins at 3 frames a second and the maximum alone never raises that.
     CapMgr_UpdateFrameRate(index_, settings.framesPerSecond);

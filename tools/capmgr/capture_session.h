@@ -2,9 +2,14 @@
  * One running capture: started by the constructor, ended by the destructor.
  *
  * For one thread, as the interface itself is. Frames come as soon as the capture thread has some.
+ * Of a window alone, the first ones are black: it cannot be chosen before the capture runs.
  */
 #ifndef CAPMGR_CAPTURE_SESSION_H
 #define CAPMGR_CAPTURE_SESSION_H
+
+#include <cstdint>
+#include <optional>
+#include <vector>
 
 #include "CaptureManager.h"
 #include "frame.h"
@@ -13,6 +18,8 @@ struct CaptureSettings {
     unsigned int monitor = 0;
     CAP_SIZE size{};  // pixels, from 1 x 1 up to the monitor's own
     unsigned int framesPerSecond = 30;
+    std::vector<std::uint32_t> excluded;  // numbers of windows to leave out
+    std::optional<std::uint32_t> window;  // to capture alone
 };
 
 class CaptureSession {

@@ -15,6 +15,7 @@ struct Environment {
 };
 
 void monitorsCommand(Console& console);
+void windowsCommand(Console& console);
 void shotCommand(const Options& options, const Environment& environment);
 void runCommand(const Options& options, const Environment& environment);
 

@@ -41,3 +41,7 @@ std::size_t Console::columns() const {
     }
     return size.ws_col;
 }
+
+std::optional<std::size_t> Console::lineWidth() const {
+    return isatty(STDOUT_FILENO) == 1 ? std::optional(columns()) : std::nullopt;
+}

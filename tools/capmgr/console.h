@@ -8,6 +8,7 @@
 #define CAPMGR_CONSOLE_H
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 
 class Console {
@@ -23,6 +24,9 @@ class Console {
 
     /* Width of the terminal in characters. */
     std::size_t columns() const;
+
+    /* The same, or none where lines may be of any length: in a pipe or a file. */
+    std::optional<std::size_t> lineWidth() const;
 
   private:
     int error_ = 0;  // errno of the first failed write

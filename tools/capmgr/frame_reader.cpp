@@ -19,16 +19,17 @@ constexpr std::chrono::milliseconds kHandOutDelay{1};
 }  // namespace
 
 FrameReader::FrameReader(const CaptureSettings& settings, const TraceOutput& trace)
-    : monitor_(settings.monitor), watch_(trace), session_(settings) {}
+    : settings_(settings), watch_(trace), session_(settings) {}
 
 std::optional<FrameNews> FrameReader::read(Frame& frame, Clock::time_point deadline) {
     while (true) {
         const bool retry = pending_.frames > 0;
         take(watch_.wait(retry ? std::min(deadline, Clock::now() + kHandOutDelay) : deadline));
-        const bool done = pending_.frames > 0 && session_.read(frame);
+        const bool done = pending_.frames > 0 && session_.read(read_) && !watch_.faultSinceWait();
         const Clock::time_point now = Clock::now();
         if (done) {
             lastRead_ = now;
+            std::swap(frame, read_);
             return std::exchange(pending_, FrameNews{});
         }
         failIfSilent(now);
@@ -40,27 +41,30 @@ std::optional<FrameNews> FrameReader::read(Frame& frame, Clock::time_point deadl
 
 void FrameReader::take(const FrameNews& news) {
     failOn(news.fault);
+    if (news.frames == 0 && news.fault == GrabFault::None) {
+        return;  // the wait was over before there was any news
+    }
     lastFault_ = news.fault;
     if (news.fault == GrabFault::NoImage) {
         pending_ = FrameNews{};  // the black stand-in has taken the place of what was not read yet
         return;
     }
-    if (news.frames > 0) {
-        pending_.frames += news.frames;
-        pending_.grabBegan = news.grabBegan;
-    }
+    pending_.frames += news.frames;
+    pending_.grabBegan = news.grabBegan;
 }
 
 void FrameReader::failOn(GrabFault fault) const {
     switch (fault) {
         case GrabFault::SizeChanged:
-            throw Failure(fmt::format(
-                "monitor {} changed its size while it was captured; start again", monitor_));
+            throw Failure(
+                fmt::format("monitor {} changed its size while it was captured; start again",
+                            settings_.monitor));
         case GrabFault::NoStart:
             throw Failure(
-                fmt::format("monitor {} gives no image; see 'capmgr monitors'", monitor_));
+                fmt::format("monitor {} gives no image; see 'capmgr monitors'", settings_.monitor));
         case GrabFault::GaveUp:
-            throw Failure(fmt::format("capturing monitor {} failed for too long", monitor_));
+            throw Failure(
+                fmt::format("capturing monitor {} failed for too long", settings_.monitor));
         case GrabFault::None:
         case GrabFault::NoImage:
             return;
@@ -71,8 +75,17 @@ void FrameReader::failIfSilent(Clock::time_point now) const {
     if (now - lastRead_ < kLongestSilence) {
         return;
     }
-    const char* const reason =
-        lastFault_ == GrabFault::NoImage ? "its images cannot be read any more" : "see --trace 2";
-    throw Failure(fmt::format("no frame came from monitor {} for {} s: {}", monitor_,
-                              kLongestSilence.count(), reason));
+    throw Failure(fmt::format("no frame came from monitor {} for {} s: {}", settings_.monitor,
+                              kLongestSilence.count(), reasonOfSilence()));
+}
+
+const char* FrameReader::reasonOfSilence() const {
+    if (lastFault_ != GrabFault::NoImage) {
+        return "see --trace 2";
+    }
+    if (settings_.window) {
+        return "the window is not on screen any more, or its picture cannot be had by itself";
+    }
+    return settings_.excluded.empty() ? "its images cannot be read any more"
+                                      : "its images cannot be had without the windows left out";
 }

@@ -24,11 +24,13 @@ class FrameReader {
     void take(const FrameNews& news);
     void failOn(GrabFault fault) const;
     void failIfSilent(Clock::time_point now) const;
+    const char* reasonOfSilence() const;
 
-    unsigned int monitor_;
+    const CaptureSettings settings_;
     FrameWatch watch_;  // before the session, so that it misses nothing and outlives it
     CaptureSession session_;
     FrameNews pending_;  // frames told of and not read yet
+    Frame read_;         // which may turn out to be a stand-in
     GrabFault lastFault_ = GrabFault::None;
     Clock::time_point lastRead_ = Clock::now();
 };

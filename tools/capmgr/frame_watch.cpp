@@ -47,7 +47,13 @@ FrameNews FrameWatch::wait(Clock::time_point deadline) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait_until(lock, deadline,
                         [this] { return news_.frames > 0 || news_.fault != GrabFault::None; });
+    faultSinceWait_ = false;
     return std::exchange(news_, FrameNews{});
+}
+
+bool FrameWatch::faultSinceWait() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return faultSinceWait_;
 }
 
 void FrameWatch::follow(void* context, int level, const char* text, int /*flag*/) {
@@ -71,6 +77,7 @@ void FrameWatch::note(std::string_view text) {
     if (fault != GrabFault::None) {
         grabFault_ = fault;
         news_.fault = fault;
+        faultSinceWait_ = true;
         changed_.notify_all();
     }
 }

@@ -46,6 +46,10 @@ class FrameWatch {
     /* Waits for a frame or a fault until the deadline; no frame and no fault when it passed. */
     FrameNews wait(Clock::time_point deadline);
 
+    /* True when a grab had a fault since the last wait. That is known before its stand-in takes the
+     * newest frame's place, so what was read while this is false is no stand-in. */
+    bool faultSinceWait();
+
   private:
     static void follow(void* context, int level, const char* text, int flag);
     void note(std::string_view text);
@@ -57,6 +61,7 @@ class FrameWatch {
     Clock::time_point grabBegan_;
     GrabFault grabFault_ = GrabFault::None;  // of the grab that is under way
     FrameNews news_;
+    bool faultSinceWait_ = false;
 };
 
 #endif

@@ -1,6 +1,6 @@
 /*
- * capmgr: the capture manager on the command line. Lists the monitors, takes a picture of one,
- * captures one for a while and reports how that went.
+ * capmgr: the capture manager on the command line. Lists the monitors and the windows, takes a
+ * picture of a monitor, captures one for a while and reports how that went.
  *
  * A command that fails writes one line to standard error, whatever the library traces meanwhile.
  */
@@ -29,6 +29,9 @@ void execute(const Options& options, const Environment& environment) {
     switch (options.command) {
         case Command::Monitors:
             monitorsCommand(environment.console);
+            break;
+        case Command::Windows:
+            windowsCommand(environment.console);
             break;
         case Command::Shot:
             shotCommand(options, environment);

@@ -16,11 +16,11 @@ namespace {
 
 constexpr double kMaxSeconds = 86400.0;
 
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
+template <typename Number, typename... Base>
+std::optional<Number> parseNumber(std::string_view text, Base... base) {
     Number value{};
     const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    const auto [stop, error] = std::from_chars(text.data(), end, value, base...);
     if (error != std::errc() || stop != end) {
         return std::nullopt;
     }
@@ -63,11 +63,45 @@ double parseSeconds(const std::string& text) {
     return *seconds;
 }
 
+// In decimal, or in hexadecimal as programs of the display server print it.
+std::uint32_t parseWindow(const std::string& option, const std::string& text) {
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    const auto number = hexadecimal ? parseNumber<std::uint32_t>(text.substr(2), 16)
+                                    : parseNumber<std::uint32_t>(text);
+    if (number.value_or(0) == 0) {
+        throw CLI::ValidationError(
+            option,
+            fmt::format("'{}' is not a window's number, such as 12582924 or 0xc0000c", text));
+    }
+    return *number;
+}
+
 std::string parsePath(const std::string& option, const std::string& text) {
     if (text.empty()) {
         throw CLI::ValidationError(option, "the name is empty");
     }
     return text;
+}
+
+void addWindowOptions(CLI::App& command, Options& options) {
+    command
+        .add_option_function<std::vector<std::string>>(
+            "--exclude",
+            [&options](const std::vector<std::string>& texts) {
+                for (const std::string& text : texts) {
+                    options.excluded.push_back(parseWindow("--exclude", text));
+                }
+            },
+            "windows to leave out of the picture, by the numbers that 'capmgr windows' lists; "
+            "with commas or blanks between them")
+        ->delimiter(',')
+        ->type_name("ID");
+    command
+        .add_option_function<std::string>(
+            "--window",
+            [&options](const std::string& text) { options.window = parseWindow("--window", text); },
+            "capture this window alone, at its place on the monitor")
+        ->type_name("ID");
 }
 
 void addCaptureOptions(CLI::App& command, Options& options) {
@@ -84,6 +118,7 @@ void addCaptureOptions(CLI::App& command, Options& options) {
             "--size", [&options](const std::string& text) { options.size = parseSize(text); },
             "size of the frames in pixels, at most the monitor's (default: the monitor's)")
         ->type_name("WIDTHxHEIGHT");
+    addWindowOptions(command, options);
 }
 
 void addShot(CLI::App& app, Options& options) {
@@ -137,6 +172,8 @@ void describe(CLI::App& app, Options& options) {
     app.add_subcommand("monitors", "list the monitors")->callback([&options] {
         options.command = Command::Monitors;
     });
+    app.add_subcommand("windows", "list the windows on screen, front to back")
+        ->callback([&options] { options.command = Command::Windows; });
     addShot(app, options);
     addRun(app, options);
     app.footer("Exit status: 0 done, 1 failed, 2 bad usage.");
@@ -144,7 +181,7 @@ void describe(CLI::App& app, Options& options) {
 
 // The parser's own words for a missing or misspelt command name neither it nor the possible ones.
 std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
-    const std::string commands = "monitors, shot or run";
+    const std::string commands = "monitors, windows, shot or run";
     const std::vector<std::string> unknown = app.remaining();
     const bool commandGiven = !app.get_subcommands().empty();
     if (!commandGiven && !unknown.empty()) {
@@ -175,6 +212,12 @@ std::optional<Options> parseOptions(int argc, char** argv, Console& console) {
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         throw Failure(complaint(app, error) + "; see 'capmgr --help'", ExitStatus::BadUsage);
+    }
+    if (options.window && !options.excluded.empty()) {
+        throw Failure(
+            "--window and --exclude cannot go together: a picture of one window shows no other; "
+            "see 'capmgr --help'",
+            ExitStatus::BadUsage);
     }
     return options;
 }

@@ -1,23 +1,27 @@
 /*
- * The command line as typed values. Nothing here looks at the machine: whether a monitor exists or
- * a file can be written is found out by the commands.
+ * The command line as typed values. Nothing here looks at the machine: whether a monitor or a
+ * window exists or a file can be written is found out by the commands.
  */
 #ifndef CAPMGR_OPTIONS_H
 #define CAPMGR_OPTIONS_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "CaptureManager.h"
 #include "console.h"
 
-enum class Command { Monitors, Shot, Run };
+enum class Command { Monitors, Windows, Shot, Run };
 
 struct Options {
     Command command = Command::Monitors;
     std::optional<int> traceLevel;        // none: no trace is shown
     std::optional<unsigned int> monitor;  // none: the primary one
     std::optional<CAP_SIZE> size;         // pixels; none: the monitor's own; a side may be 0
+    std::vector<std::uint32_t> excluded;  // numbers of windows to leave out, none of them 0
+    std::optional<std::uint32_t> window;  // to capture alone, not 0; then none is excluded
     std::string file;                     // shot
     std::string directory = "captures";   // run
     unsigned int framesPerSecond = 30;    // run: 1 to 30

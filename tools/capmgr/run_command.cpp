@@ -12,6 +12,7 @@
 #include "png_encoder.h"
 #include "progress.h"
 #include "run_summary.h"
+#include "window_choice.h"
 
 namespace {
 
@@ -70,7 +71,8 @@ std::optional<Failure> recordUntilFailure(const MonitorChoice& choice, const Opt
     std::optional<Failure> failure;
     Progress progress(environment.console, options.seconds);
     try {
-        FrameReader reader({choice.monitor.dwIndex, choice.size, options.framesPerSecond},
+        FrameReader reader({choice.monitor.dwIndex, choice.size, options.framesPerSecond,
+                            options.excluded, options.window},
                            environment.trace);
         record(reader, options, environment, frames, progress);
     } catch (const Failure& reason) {
@@ -84,6 +86,7 @@ std::optional<Failure> recordUntilFailure(const MonitorChoice& choice, const Opt
 
 void runCommand(const Options& options, const Environment& environment) {
     const MonitorChoice choice = chooseMonitor(options);
+    checkWindows(options);
     OutputDirectory directory(options.directory);
     const Pictures pictures(directory.path());
     FrameKeeper frames;
