@@ -1,20 +1,13 @@
 #include "xorg_server.h"
 
-#include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <system_error>
-#include <thread>
 
 namespace {
-
-constexpr std::chrono::seconds kStartBound{30};
 
 // Input devices would be the machine's own. The frequencies let every mode pass.
 constexpr const char* kConfiguration = R"(
@@ -52,12 +45,6 @@ std::string xorgProgram() {
     return access(behindTheWrapper.c_str(), X_OK) == 0 ? behindTheWrapper : "Xorg";
 }
 
-std::string contentsOf(const std::filesystem::path& path) {
-    std::ostringstream contents;
-    contents << std::ifstream(path).rdbuf();
-    return contents.str();
-}
-
 }  // namespace
 
 TemporaryDirectory::TemporaryDirectory() {
@@ -70,30 +57,6 @@ TemporaryDirectory::TemporaryDirectory() {
 TemporaryDirectory::~TemporaryDirectory() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
-}
-
-ServerProgram::ServerProgram(std::vector<std::string> command,
-                             const std::map<std::string, std::string>& environment) {
-    // The one file that the server inherits, for it to write its number into.
-    const std::filesystem::path numberFile = directory_.path() / "number";
-    const int numberEnd = open(numberFile.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-    if (numberEnd == -1)
-        throw std::system_error(errno, std::generic_category(), numberFile);
-    // Without -noreset, a server forgets how it was arranged when its last client leaves.
-    command.insert(command.end(),
-                   {"-displayfd", std::to_string(numberEnd), "-noreset", "-nolisten", "tcp"});
-    const std::string name = command.front();
-    program_ = std::make_unique<ChildProgram>(std::move(command), environment);
-    close(numberEnd);
-    const auto deadline = std::chrono::steady_clock::now() + kStartBound;
-    while (!number_.ends_with('\n')) {
-        if (program_->hasEnded() || std::chrono::steady_clock::now() > deadline)
-            throw std::runtime_error("the test needs " + name +
-                                     ", which did not start: " + program_->output());
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        number_ = contentsOf(numberFile);
-    }
-    number_.pop_back();
 }
 
 ServerProgram XorgServer::start(const std::filesystem::path& directory) {

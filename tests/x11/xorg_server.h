@@ -1,20 +1,13 @@
 /*
- * X servers of a test's own with what a virtual screen has not, never the user's.
- *
- * Each runs from the constructor to the destructor, without root and without a console, on a
- * display number that was free, and listens on a local socket only. It ends with the thread that
- * started it. Not to be shared between threads. Constructors throw std::runtime_error, with what
- * the server said, if it does not run; gtest then fails the test.
+ * X servers of a test's own with what a virtual screen has not, never the user's. They need neither
+ * root nor a console.
  */
 #pragma once
 
 #include <filesystem>
-#include <map>
-#include <memory>
 #include <string>
-#include <vector>
 
-#include "child_program.h"
+#include "server_program.h"
 #include "xvfb_server.h"
 
 /* A directory with a name of its own, gone with all that is in it when the object goes. */
@@ -31,20 +24,6 @@ class TemporaryDirectory {
     std::filesystem::path path_;
 };
 
-/* A server as a program that tells its display number when clients can connect. */
-class ServerProgram {
-  public:
-    ServerProgram(std::vector<std::string> command,
-                  const std::map<std::string, std::string>& environment);
-
-    std::string display() const { return ":" + number_; }
-
-  private:
-    TemporaryDirectory directory_;
-    std::unique_ptr<ChildProgram> program_;
-    std::string number_;
-};
-
 /* The server of real displays with a driver that shows nothing, but has many outputs. They are
  * unplugged until a mode is set on them, and again when they are switched off; they do not
  * rotate. */
@@ -55,7 +34,7 @@ class XorgServer {
     static constexpr unsigned kHeight = 768;
 
     /* What to set DISPLAY to, ":5". */
-    std::string display() const { return program_.display(); }
+    std::string display() const { return ":" + program_.number(); }
 
   private:
     TemporaryDirectory directory_;
@@ -70,7 +49,7 @@ class XephyrServer {
     /* screen is WIDTHxHEIGHT. */
     explicit XephyrServer(const std::string& screen);
 
-    std::string display() const { return program_.display(); }
+    std::string display() const { return ":" + program_.number(); }
 
   private:
     XvfbServer host_{"1280x1024x24"};

@@ -1,40 +1,27 @@
-/*
- * A virtual X server of a test's own, never the user's.
- *
- * It runs from the constructor to the destructor, on a display number that was free, and listens on
- * a local socket only, unless "-listen", "tcp" is among the extra arguments. It ends with the
- * thread that started it, even if that is killed, so start it from a thread that outlives its use.
- * Not to be shared between threads.
- */
+/* A virtual X server of a test's own, never the user's. */
 #pragma once
-
-#include <sys/types.h>
 
 #include <string>
 #include <vector>
 
+#include "server_program.h"
+
 class XvfbServer {
   public:
-    /* screen is WIDTHxHEIGHTxDEPTH. Throws std::runtime_error, with what the server said, if it
-     * does not run; gtest then fails the test. */
+    /* screen is WIDTHxHEIGHTxDEPTH. */
     explicit XvfbServer(const std::string& screen, std::vector<std::string> extraArguments = {});
 
-    ~XvfbServer();
-    XvfbServer(const XvfbServer&) = delete;
-    XvfbServer& operator=(const XvfbServer&) = delete;
-
     /* What to set DISPLAY to, ":5". */
-    std::string display() const { return ":" + number_; }
+    std::string display() const { return ":" + program_.number(); }
 
     /* The same over TCP, if the server was told to listen. */
-    std::string tcpDisplay() const { return "127.0.0.1:" + number_; }
+    std::string tcpDisplay() const { return "127.0.0.1:" + program_.number(); }
 
     /* The path of its local socket. */
-    std::string socketPath() const { return "/tmp/.X11-unix/X" + number_; }
+    std::string socketPath() const { return "/tmp/.X11-unix/X" + program_.number(); }
 
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return program_.pid(); }
 
   private:
-    pid_t pid_ = -1;
-    std::string number_;
+    ServerProgram program_;
 };

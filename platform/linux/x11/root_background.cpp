@@ -20,7 +20,7 @@ std::int16_t distanceAbove(std::uint32_t height) {
     const auto fits = [](std::uint32_t distance) {
         std::uint32_t patterns = 0;
         for (std::uint32_t pattern = 1; pattern <= kHighestPattern; ++pattern)
-            patterns += distance % pattern == 0 ? 1 : 0;
+            patterns += distance % pattern == 0 ? 1U : 0U;
         return std::pair(std::gcd(distance, kHighestPowerOfTwo), patterns);
     };
     std::uint32_t best = height;
