@@ -1,5 +1,5 @@
 /*
- * The best way there is to read the root window, or a pixmap of its depth.
+ * The best way there is to read the root window, or a pixmap.
  *
  * Three, tried in this order: memory passed to the server by descriptor, System V memory, and
  * images in the reply itself. One that turns out not to work is left for the next for as long as
@@ -22,8 +22,8 @@ class ImageTransport {
   public:
     explicit ImageTransport(Connection& connection) : connection_(connection) {}
 
-    /* Reads an area inside a drawable of the root window's depth. The area's rows take size bytes.
-     * Never unavailable but when the last way fails. */
+    /* Reads an area inside a drawable, whose rows there take size bytes. Never unavailable but when
+     * the last way fails. */
     GrabResult grab(xcb_drawable_t drawable, const coregraphics::PixelRect& area, std::size_t size);
 
   private:

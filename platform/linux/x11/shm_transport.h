@@ -25,8 +25,7 @@ class ShmTransport {
 
     Passing passing() const { return passing_; }
 
-    /* Reads an area inside a drawable of the root window's depth. The area's rows take size
-     * bytes. */
+    /* Reads an area inside a drawable, whose rows there take size bytes. */
     GrabResult grab(xcb_drawable_t drawable, const coregraphics::PixelRect& area, std::size_t size);
 
   private:
