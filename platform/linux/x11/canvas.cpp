@@ -1,6 +1,7 @@
 #include "x11/canvas.h"
 
 #include "x11/desktop_image.h"
+#include "x11/rectangle.h"
 
 namespace qor::x11 {
 
@@ -10,11 +11,6 @@ namespace {
 
 constexpr std::uint8_t kDepth = 32;
 constexpr std::uint16_t kAll = 0xffff;
-
-xcb_rectangle_t rectangleOf(const PixelRect& rect) {
-    return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
-}
 
 }  // namespace
 

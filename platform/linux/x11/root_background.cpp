@@ -4,6 +4,8 @@
 #include <numeric>
 #include <utility>
 
+#include "x11/rectangle.h"
+
 namespace qor::x11 {
 namespace {
 
@@ -96,9 +98,7 @@ void RootBackground::drawOn(Canvas& canvas, const std::vector<PixelRect>& parts)
     content_.emplace(connection_, window_.id(), format.id);
     std::vector<xcb_rectangle_t> rectangles;
     for (const PixelRect& part : parts)
-        rectangles.push_back({static_cast<std::int16_t>(part.x), static_cast<std::int16_t>(part.y),
-                              static_cast<std::uint16_t>(part.width),
-                              static_cast<std::uint16_t>(part.height)});
+        rectangles.push_back(rectangleOf(part));
     paint(rectangles, {0, 0, 0, kAll});
     canvas.drawBackground(content_->picture(), format);
 }

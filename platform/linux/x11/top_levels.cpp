@@ -172,15 +172,6 @@ class ClientSearch {
     std::vector<Stranger> strangers_;
 };
 
-bool contains(const xcb_get_property_reply_t& states, xcb_atom_t state) {
-    if (states.type != XCB_ATOM_ATOM || states.format != 32)
-        return false;
-    const std::span atoms(
-        static_cast<const xcb_atom_t*>(xcb_get_property_value(&states)),
-        static_cast<std::size_t>(xcb_get_property_value_length(&states)) / sizeof(xcb_atom_t));
-    return std::ranges::find(atoms, state) != atoms.end();
-}
-
 /* A window that is rolled up counts as minimised too, but its frame is seen. */
 void markMinimised(Connection& connection, const std::vector<Managed>& managed,
                    const ManagerAtoms& atoms) {
@@ -191,10 +182,11 @@ void markMinimised(Connection& connection, const std::vector<Managed>& managed,
                               xcb_get_property(connection.handle(), 0, window.topLevel->number,
                                                atoms.netState, XCB_ATOM_ATOM, 0, kMostStates));
     for (std::size_t i = 0; i < managed.size(); ++i) {
-        const auto states = requests[i].take();
-        const bool isRolledUp = states != nullptr && contains(*states, atoms.shaded);
+        const auto reply = requests[i].take();
+        const auto states = atomsIn(reply.get());
+        const bool isRolledUp = std::ranges::count(states, atoms.shaded) > 0;
         const bool isMinimised =
-            managed[i].isIconic || (states != nullptr && contains(*states, atoms.hidden));
+            managed[i].isIconic || std::ranges::count(states, atoms.hidden) > 0;
         managed[i].topLevel->isHidden = isMinimised && !isRolledUp;
     }
 }

@@ -82,14 +82,6 @@ std::string_view bytesIn(const xcb_get_property_reply_t* reply) {
             static_cast<std::size_t>(xcb_get_property_value_length(reply))};
 }
 
-/* Empty if it is no list of atoms. */
-std::span<const xcb_atom_t> atomsIn(const xcb_get_property_reply_t* reply) {
-    if (reply == nullptr || reply->type != XCB_ATOM_ATOM || reply->format != 32)
-        return {};
-    return {static_cast<const xcb_atom_t*>(xcb_get_property_value(reply)),
-            static_cast<std::size_t>(xcb_get_property_value_length(reply)) / sizeof(xcb_atom_t)};
-}
-
 /* One window's properties, on their way. */
 class Questions {
   public:

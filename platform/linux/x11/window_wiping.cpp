@@ -3,17 +3,13 @@
 #include <xcb/shape.h>
 
 #include "x11/desktop_image.h"
+#include "x11/rectangle.h"
 #include "x11/server_resource.h"
 
 namespace qor::x11 {
 namespace {
 
 using coregraphics::PixelRect;
-
-xcb_rectangle_t rectangleOf(const PixelRect& rect) {
-    return {static_cast<std::int16_t>(rect.x), static_cast<std::int16_t>(rect.y),
-            static_cast<std::uint16_t>(rect.width), static_cast<std::uint16_t>(rect.height)};
-}
 
 /* A window of ours on top of all in the other one, there for a moment: the server takes what it
  * uncovers for exposed, in every window beneath, however deep. To find and clear each of them would
