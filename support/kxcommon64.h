@@ -31,7 +31,9 @@ KX_API int memcpy_s(void* dest, size_t destSize, const void* src, size_t count);
  */
 KX_API int strncpy_s(char* dest, size_t destSize, const char* src, size_t count);
 
-/* Copies the first min(count, dstSize) bytes; null pointers copy nothing. */
+/*
+ * Copies the first min(count, dstSize) bytes; null pointers copy nothing.
+ */
 KX_API void MacroMemcpy(void* dst, unsigned long dstSize, const void* src, unsigned long count);
 
 /*
@@ -41,10 +43,13 @@ KX_API void MacroMemcpy(void* dst, unsigned long dstSize, const void* src, unsig
  * Rule: pixel centres lie at half positions. The target pixel t takes its value at the source
  * position (t + 0.5) * (source size / target size) - 0.5 of either axis, between the two nearest
  * source pixels in proportion to their distance; positions before the first or past the last source
- * pixel take that pixel. The result is at most 1 off the exact value.
+ * pixel take that pixel. The result is at most 1 off the exact value, the same on all processors,
+ * and correctly rounded, halves up, where the weights are multiples of 1/128.
  *
- * bytesPerPixel is 1, 3 or 4. A null pointer, any other bytesPerPixel, a size below 1, or an image
- * larger than memory leaves dst untouched.
+ * bytesPerPixel is 1, 3 or 4. A null pointer, any other bytesPerPixel, a size below 1, an image
+ * larger than memory, or a lack of memory for a few tables leaves dst untouched. These tables, some 40
+ * bytes a target column, are kept until the thread ends, so that frame after frame of the same sizes
+ * allocates nothing.
  */
 KX_API void BilinearInterpolation(const unsigned char* src, int srcWidth, int srcHeight,
                                   unsigned char* dst, int dstWidth, int dstHeight,

@@ -1,99 +1,33 @@
-// BilinearInterpolation against the rule of its header, computed here in double precision.
+// BilinearInterpolation against the rule of its header.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
-#include <random>
-#include <vector>
+#include <climits>
+#include <cstdlib>
 
+#include "expect_return.h"
+#include "guarded_buffer.h"
+#include "images.h"
 #include "kxcommon64.h"
+#include "scaling_rule.h"
+#include "sparse_image.h"
 
 namespace {
 
-struct Size {
-    int width;
-    int height;
-};
-
-struct Scaling {
-    Size source;
-    Size target;
-    int bytesPerPixel;
-};
-
-std::ostream& operator<<(std::ostream& out, const Scaling& s) {
-    return out << s.source.width << "x" << s.source.height << " to " << s.target.width << "x"
-               << s.target.height << ", " << s.bytesPerPixel << " bytes a pixel";
-}
-
-size_t byteCount(Size size, int bytesPerPixel) {
-    return static_cast<size_t>(size.width) * static_cast<size_t>(size.height) *
-           static_cast<size_t>(bytesPerPixel);
-}
-
-std::vector<unsigned char> noise(size_t count) {
-    std::mt19937 random(20);
-    std::vector<unsigned char> bytes(count);
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<unsigned char>(random()); });
-    return bytes;
-}
-
-double sourcePosition(int target, int sourceSize, int targetSize) {
-    const double position = (target + 0.5) * sourceSize / targetSize - 0.5;
-    return std::clamp(position, 0.0, static_cast<double>(sourceSize - 1));
-}
-
-class Exact {
-  public:
-    Exact(const std::vector<unsigned char>& pixels, const Scaling& scaling)
-        : pixels_(pixels), scaling_(scaling) {}
-
-    double at(int x, int y, int channel) const {
-        const double sx = sourcePosition(x, scaling_.source.width, scaling_.target.width);
-        const double sy = sourcePosition(y, scaling_.source.height, scaling_.target.height);
-        const int left = static_cast<int>(sx);
-        const int top = static_cast<int>(sy);
-        const int right = std::min(left + 1, scaling_.source.width - 1);
-        const int bottom = std::min(top + 1, scaling_.source.height - 1);
-        const double upper =
-            std::lerp(pixel(left, top, channel), pixel(right, top, channel), sx - left);
-        const double lower =
-            std::lerp(pixel(left, bottom, channel), pixel(right, bottom, channel), sx - left);
-        return std::lerp(upper, lower, sy - top);
-    }
-
-  private:
-    double pixel(int x, int y, int channel) const {
-        const int index = (y * scaling_.source.width + x) * scaling_.bytesPerPixel + channel;
-        return pixels_[static_cast<size_t>(index)];
-    }
-
-    const std::vector<unsigned char>& pixels_;
-    Scaling scaling_;
-};
-
-double worstError(const Scaling& s) {
-    const auto source = noise(byteCount(s.source, s.bytesPerPixel));
-    std::vector<unsigned char> target(byteCount(s.target, s.bytesPerPixel));
+Bytes scaled(const Bytes& source, const Scaling& s) {
+    Bytes target(s.targetBytes());
     BilinearInterpolation(source.data(), s.source.width, s.source.height, target.data(),
                           s.target.width, s.target.height, s.bytesPerPixel);
-    const Exact exact(source, s);
-    double worst = 0;
-    const unsigned char* value = target.data();
-    for (int y = 0; y < s.target.height; ++y) {
-        for (int x = 0; x < s.target.width; ++x) {
-            for (int channel = 0; channel < s.bytesPerPixel; ++channel) {
-                worst = std::max(worst, std::abs(*value++ - exact.at(x, y, channel)));
-            }
-        }
-    }
-    return worst;
+    return target;
 }
 
 class BilinearInterpolationRule : public testing::TestWithParam<Scaling> {};
 
 TEST_P(BilinearInterpolationRule, isAtMostOneOffTheExactValue) {
-    EXPECT_LE(worstError(GetParam()), 1.0);
+    const Bytes source = noise(GetParam().sourceBytes());
+    const std::vector<double> exact = exactlyScaled(source, GetParam());
+    EXPECT_LE(errorOf(scaled(source, GetParam()), exact).worst, 1.0);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -106,21 +40,53 @@ INSTANTIATE_TEST_SUITE_P(
                     Scaling{{31, 29}, {37, 41}, 3}, Scaling{{31, 29}, {17, 11}, 1},
                     Scaling{{192, 108}, {192, 54}, 4}, Scaling{{192, 108}, {96, 108}, 4}));
 
+TEST(BilinearInterpolation, roundsHalvesUp) {
+    const Scaling halving = {{192, 108}, {96, 54}, 4};
+    const Bytes source = noise(halving.sourceBytes());
+    EXPECT_EQ(scaled(source, halving), correctlyRounded(source, halving));
+}
+
 TEST(BilinearInterpolation, ofTheSameSizeIsTheImageItself) {
-    const auto source = noise(byteCount({41, 23}, 4));
-    std::vector<unsigned char> target(source.size());
-    BilinearInterpolation(source.data(), 41, 23, target.data(), 41, 23, 4);
-    EXPECT_EQ(source, target);
+    const Bytes source = noise(byteCount({41, 23}, 4));
+    EXPECT_EQ(source, scaled(source, {{41, 23}, {41, 23}, 4}));
+}
+
+// One size another than in the call before, whichever it is.
+TEST(BilinearInterpolation, givesTheSameAfterOtherSizes) {
+    const Scaling scaling = {{64, 48}, {45, 31}, 4};
+    const Bytes source = noise(byteCount({65, 49}, 4));
+    const Bytes first = scaled(source, scaling);
+    for (const Scaling& other : {Scaling{{65, 48}, {45, 31}, 4}, Scaling{{64, 49}, {45, 31}, 4},
+                                 Scaling{{64, 48}, {46, 31}, 4}, Scaling{{64, 48}, {45, 32}, 4},
+                                 Scaling{{64, 48}, {45, 31}, 3}, Scaling{{64, 48}, {45, 31}, 1}}) {
+        EXPECT_LE(errorOf(scaled(source, other), exactlyScaled(source, other)).worst, 1.0) << other;
+        EXPECT_EQ(scaled(source, scaling), first) << "after " << other;
+    }
 }
 
 TEST(BilinearInterpolation, writesNothingPastTheTarget) {
-    constexpr unsigned char kGuard = 0xA5;
-    const auto source = noise(byteCount({64, 48}, 4));
-    const size_t used = byteCount({21, 13}, 4);
-    std::vector<unsigned char> target(used + 64, kGuard);
+    const Scaling scaling = {{64, 48}, {21, 13}, 4};
+    const Bytes source = noise(scaling.sourceBytes());
+    GuardedBuffer buffer(4096);
+    const auto target = buffer.place({Placement::Edge::Front, size_t{1000}}, scaling.targetBytes());
     BilinearInterpolation(source.data(), 64, 48, target.data(), 21, 13, 4);
-    EXPECT_TRUE(std::all_of(target.begin() + static_cast<std::ptrdiff_t>(used), target.end(),
-                            [](unsigned char byte) { return byte == kGuard; }));
+    EXPECT_TRUE(buffer.isSurroundingUntouched());
+    EXPECT_TRUE(std::ranges::equal(target, scaled(source, scaling)));
+}
+
+// The last pixel of the target lies between four that are further than 32 bits count, in bytes.
+TEST(BilinearInterpolation, readsBeyondFourGigabytes) {
+    constexpr size_t kSide = 40000;
+    constexpr size_t kBetween = 33332;
+    SparseImage source(kSide * kSide * 4);
+    for (const size_t row : {kBetween, kBetween + 1}) {
+        std::fill_n(source.at((row * kSide + kBetween) * 4), 2 * 4, 200);
+    }
+    Bytes target(byteCount({3, 3}, 4), 7);
+    BilinearInterpolation(source.at(0), kSide, kSide, target.data(), 3, 3, 4);
+    Bytes expected(target.size(), 0);
+    std::fill(expected.end() - 4, expected.end(), 200);
+    EXPECT_EQ(target, expected);
 }
 
 struct Refused {
@@ -136,11 +102,21 @@ class BilinearInterpolationRefuses : public testing::TestWithParam<Refused> {};
 
 TEST_P(BilinearInterpolationRefuses, andLeavesTheTargetUntouched) {
     const Refused& r = GetParam();
-    const std::vector<unsigned char> source(64, 200);
-    std::vector<unsigned char> target(64, 7);
+    const Bytes source(64, 200);
+    Bytes target(64, 7);
     BilinearInterpolation(source.data(), r.srcWidth, r.srcHeight, target.data(), r.dstWidth,
                           r.dstHeight, r.bytesPerPixel);
-    EXPECT_EQ(target, std::vector<unsigned char>(64, 7)) << r.what;
+    EXPECT_EQ(target, Bytes(64, 7)) << r.what;
+}
+
+TEST_P(BilinearInterpolationRefuses, withoutLookingAtTheMemory) {
+    const Refused& r = GetParam();
+    GuardedBuffer nothing(0);
+    unsigned char* const untouchable = nothing.place(kAtBack, 0).data();
+    expectReturn([&] {
+        BilinearInterpolation(untouchable, r.srcWidth, r.srcHeight, untouchable, r.dstWidth,
+                              r.dstHeight, r.bytesPerPixel);
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -149,16 +125,45 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{"source width 0", 0, 4, 4, 4, 4}, Refused{"source height 0", 4, 0, 4, 4, 4},
         Refused{"target width 0", 4, 4, 0, 4, 4}, Refused{"target height 0", 4, 4, 4, 0, 4},
         Refused{"negative source", -4, -4, 4, 4, 4}, Refused{"negative target", 4, 4, -4, -4, 4},
+        Refused{"negative source width", -1, 4, 4, 4, 4},
+        Refused{"negative target height", 4, 4, 4, -1, 4},
+        Refused{"least source", INT_MIN, INT_MIN, 4, 4, 4},
+        Refused{"least source width", INT_MIN, 1, 4, 4, 4},
+        Refused{"least target", 4, 4, INT_MIN, INT_MIN, 4},
+        Refused{"least target height", 4, 4, 1, INT_MIN, 4},
         Refused{"2 bytes a pixel", 4, 4, 4, 4, 2}, Refused{"0 bytes a pixel", 4, 4, 4, 4, 0},
-        Refused{"5 bytes a pixel", 2, 2, 2, 2, 5},
-        Refused{"source past memory", 0x7FFFFFFF, 0x7FFFFFFF, 2, 2, 4},
-        Refused{"target past memory", 2, 2, 0x7FFFFFFF, 0x7FFFFFFF, 4}));
+        Refused{"5 bytes a pixel", 2, 2, 2, 2, 5}, Refused{"-4 bytes a pixel", 2, 2, 2, 2, -4},
+        Refused{"most bytes a pixel", 1, 1, 1, 1, INT_MAX},
+        Refused{"least bytes a pixel", 1, 1, 1, 1, INT_MIN},
+        Refused{"source past memory", INT_MAX, INT_MAX, 2, 2, 4},
+        Refused{"target past memory", 2, 2, INT_MAX, INT_MAX, 4},
+        Refused{"source of 3 bytes a pixel past memory", INT_MAX, INT_MAX, 2, 2, 3},
+        Refused{"target of 3 bytes a pixel past memory", 2, 2, INT_MAX, INT_MAX, 3}));
 
 TEST(BilinearInterpolation, refusesNullPointers) {
-    std::vector<unsigned char> pixels(16, 7);
+    Bytes pixels(16, 7);
     BilinearInterpolation(nullptr, 2, 2, pixels.data(), 2, 2, 4);
-    EXPECT_EQ(pixels, std::vector<unsigned char>(16, 7));
-    BilinearInterpolation(pixels.data(), 2, 2, nullptr, 2, 2, 4);  // must not crash
+    EXPECT_EQ(pixels, Bytes(16, 7));
+    expectReturn([&] {
+        BilinearInterpolation(pixels.data(), 2, 2, nullptr, 2, 2, 4);
+        BilinearInterpolation(nullptr, 2, 2, nullptr, 2, 2, 4);
+    });
+}
+
+// The environment is read once: a host that scales frame after frame gets one line.
+TEST(BilinearInterpolationDeathTest, saysOnceThatItsEnvironmentNamesNoKernels) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const Bytes source = noise(16);
+    EXPECT_EXIT(
+        {
+            setenv("QOR_KXCOMMON64_KERNELS", "mmx", 1);
+            scaled(source, {{2, 2}, {1, 1}, 4});
+            scaled(source, {{2, 2}, {1, 2}, 4});
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0),
+        testing::MatchesRegex("qor_conf_kxcommon64: QOR_KXCOMMON64_KERNELS=mmx is not among: "
+                              "[^\n]*; taking [^\n]*\n"));
 }
 
 }  // namespace

@@ -1,0 +1,7 @@
+#include "kernels.h"
+
+namespace qor::scaling {
+
+constinit const RowKernels kScalarKernels = {"scalar", nullptr, 0, 0, nullptr, nullptr, nullptr};
+
+}  // namespace qor::scaling
