@@ -16,6 +16,7 @@ packages_of_run=(xvfb)
 # shellcheck disable=SC2034
 packages_of_test=(
     libgtest-dev libgmock-dev libxcb-res0-dev
+    g++-aarch64-linux-gnu qemu-user
     imagemagick x11-xserver-utils
     openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy

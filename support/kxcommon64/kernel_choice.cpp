@@ -22,6 +22,8 @@ class UsableKernels {
         add(kAvx2Kernels, __builtin_cpu_supports("avx2"));
         add(kAvx512Kernels,
             __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi"));
+#elif defined(__aarch64__)
+        add(kNeonKernels, true);
 #endif
     }
     std::span<const RowKernels* const> all() const {

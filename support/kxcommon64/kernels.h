@@ -106,6 +106,7 @@ extern const RowKernels kScalarKernels;  // the reference alone
 extern const RowKernels kSse41Kernels;
 extern const RowKernels kAvx2Kernels;
 extern const RowKernels kAvx512Kernels;
+extern const RowKernels kNeonKernels;
 
 // Of AVX2, for those of AVX-512, which are no faster at what lies far apart.
 extern const BandKernel kAvx2Dense;
