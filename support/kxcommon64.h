@@ -32,7 +32,8 @@ KX_API int memcpy_s(void* dest, size_t destSize, const void* src, size_t count);
 KX_API int strncpy_s(char* dest, size_t destSize, const char* src, size_t count);
 
 /*
- * Copies the first min(count, dstSize) bytes; null pointers copy nothing.
+ * Copies the first min(count, dstSize) bytes; null pointers copy nothing. Large blocks do not stay in
+ * the processor's caches.
  */
 KX_API void MacroMemcpy(void* dst, unsigned long dstSize, const void* src, unsigned long count);
 
