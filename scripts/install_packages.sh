@@ -1,6 +1,7 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
-#   install_packages GROUP...   installs what is missing of the groups build, run, test and coverage
+#   install_packages GROUP...   installs what is missing of the groups build, run, test, coverage
+#                               and bench
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
@@ -25,6 +26,12 @@ packages_of_test=(
 
 # shellcheck disable=SC2034
 packages_of_coverage=(gcovr)
+
+# shellcheck disable=SC2034
+packages_of_bench=(
+    libbenchmark-dev nlohmann-json3-dev
+    libavutil-dev libopencv-imgproc-dev libpixman-1-dev libswscale-dev libyuv-dev
+)
 
 # Prints those of the named packages that are not installed, one a line.
 missing_packages() {
