@@ -32,8 +32,8 @@ KX_API int memcpy_s(void* dest, size_t destSize, const void* src, size_t count);
 KX_API int strncpy_s(char* dest, size_t destSize, const char* src, size_t count);
 
 /*
- * Copies the first min(count, dstSize) bytes; null pointers copy nothing. Large blocks do not stay in
- * the processor's caches.
+ * Copies the first min(count, dstSize) bytes; null pointers copy nothing. Large blocks do not stay
+ * in the processor's caches.
  */
 KX_API void MacroMemcpy(void* dst, unsigned long dstSize, const void* src, unsigned long count);
 
@@ -48,9 +48,9 @@ KX_API void MacroMemcpy(void* dst, unsigned long dstSize, const void* src, unsig
  * and correctly rounded, halves up, where the weights are multiples of 1/128.
  *
  * bytesPerPixel is 1, 3 or 4. A null pointer, any other bytesPerPixel, a size below 1, an image
- * larger than memory, or a lack of memory for a few tables leaves dst untouched. These tables, some 40
- * bytes a target column, are kept until the thread ends, so that frame after frame of the same sizes
- * allocates nothing.
+ * larger than memory, or a lack of memory for a few tables leaves dst untouched. These tables, some
+ * 40 bytes a target column, are kept until the thread ends, so that frame after frame of the same
+ * sizes allocates nothing.
  */
 KX_API void BilinearInterpolation(const unsigned char* src, int srcWidth, int srcHeight,
                                   unsigned char* dst, int dstWidth, int dstHeight,
