@@ -55,7 +55,9 @@ void ignoreRelease(const volatile void*) {}
 #else
 
 // The C library's own ones, under the names that it keeps for those who replace them. Operator new
-// comes by malloc, and what is released needs no counting.
+// comes by malloc, and what is released needs no counting. Other libraries have to see them, the
+// one with operator new among these, whatever this project hides.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
@@ -88,5 +90,6 @@ int posix_memalign(void** memory, size_t alignment, size_t size) {
     return *memory == nullptr ? ENOMEM : 0;
 }
 }
+#pragma GCC visibility pop
 
 #endif

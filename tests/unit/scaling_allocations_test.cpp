@@ -93,6 +93,7 @@ TEST(AllocationsSoFar, countEveryWayToAllocate) {
               areAlignedOnesCounted() ? 1U : 0U);
     const size_t before = allocationsSoFar();
     const std::vector<int> numbers(100);
+    [[maybe_unused]] const int* const volatile lookedAt = numbers.data();
     EXPECT_EQ(allocationsSoFar() - before, 1U);
 }
 
