@@ -14,7 +14,7 @@ namespace {
 #if defined(__x86_64__)
 
 // From here on a block leaves no room in the last-level cache for what the machine does next, and
-// writing around the caches is cheaper, its reader's misses counted in (see bench/README.md).
+// writing around the caches is cheaper, its reader's misses counted in (see bench/results).
 constexpr size_t kStreamedBytes = size_t{16} << 20;
 
 constexpr size_t kLine = 64;

@@ -42,8 +42,7 @@ void halve(const RowKernels& kernels, unsigned int width, unsigned int height, i
                             dst, targetPitch, pairedRows};
         makeMeans(kernels, rows, byKernel);
     }
-    // What is left: a column of an odd width, or all of a narrow image, and the row of an odd
-    // height
+    // What is left: the column of an odd width, or all of a narrow image; the row of an odd height.
     const size_t restWidth = width - 2 * (byKernel / kMeanChannels);
     for (size_t y = 0; y < pairedRows; ++y) {
         halveRow(src + 2 * (y * sourcePitch + byKernel), sourcePitch, 2, restWidth,
