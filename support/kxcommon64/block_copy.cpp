@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +17,12 @@ namespace {
 // From here on a block leaves no room in the last-level cache for what the machine does next, and
 // writing around the caches is cheaper, its reader's misses counted in (see bench/results).
 constexpr size_t kStreamedBytes = size_t{16} << 20;
+
+// Large blocks are frames, and between one and the next the machine does other things, so that
+// neither is in the caches any more: then writing around them is cheaper from here on. After a
+// pause that is shorter they may be.
+constexpr size_t kStreamedAfterPauseBytes = size_t{1} << 20;
+constexpr std::chrono::milliseconds kPause{4};
 
 constexpr size_t kLine = 64;
 // The processor's own prefetching stops at the end of a page; this reaches well past it. Beyond the
@@ -45,11 +52,23 @@ void streamCopy(unsigned char* dst, const unsigned char* src, size_t count) {
     std::memcpy(dst + at, src + at, count - at);
 }
 
+/* Whether this thread has copied no large block for a while, apart from the one that is next. */
+bool isAfterPause() {
+    using Clock = std::chrono::steady_clock;
+    thread_local Clock::time_point last{};
+    const auto now = Clock::now();
+    const bool isPause = now - last >= kPause;
+    last = now;
+    return isPause;
+}
+
 void copyLarge(unsigned char* dst, const unsigned char* src, size_t count) {
-    if (count < kStreamedBytes) {
-        std::memcpy(dst, src, count);
-    } else {
+    const bool isStreamed =
+        count >= kStreamedBytes || (count >= kStreamedAfterPauseBytes && isAfterPause());
+    if (isStreamed) {
         streamCopy(dst, src, count);
+    } else {
+        std::memcpy(dst, src, count);
     }
 }
 
