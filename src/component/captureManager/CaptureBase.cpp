@@ -12,6 +12,7 @@
 #include <new>
 
 #include "FrameCheck.h"
+#include "LargePages.h"
 #include "Monitor.h"
 #include "Trace.h"
 #include "kxcommon64.h"
@@ -447,6 +448,7 @@ void CCaptureBase::AllocBuffer(unsigned int dwSize) {
         AbandonBuffers();
         return;
     }
+    PreferLargePages(m_lpBuffer, dwSize);
     TRACE_INFO("CCaptureBase::AllocBuffer [Mem] m_lpBuffer dwSize = ", dwSize,
                ", m_lpBuffer =", static_cast<const void*>(m_lpBuffer));
     m_nbufSize = dwSize;
