@@ -172,11 +172,17 @@ TEST(SegmentReuseTest, FewOfManySegmentsAreKept) {
     useDisplay(server.display());
     onlyDisplay();  // leaves an earlier test's connection
     const std::size_t before = ProcessResources::now().imageMappings;
+    Painter painter(server.display());
     std::vector<Image> held(40);
-    for (Image& image : held)
-        image = imageOf(0, 0, 320, 200);
+    for (std::size_t i = 0; i < held.size(); ++i) {
+        painter.fill({0, 0, 320, 200}, {static_cast<std::uint8_t>(i), 2, 3});
+        painter.sync();
+        held[i] = imageOf(0, 0, 320, 200);
+    }
     EXPECT_EQ(ProcessResources::now().imageMappings, before + 40);
     held.clear();
+    painter.fill({0, 0, 320, 200}, {0, 0, 0});
+    painter.sync();
     const Image next = imageOf(0, 0, 320, 200);
     EXPECT_LE(ProcessResources::now().imageMappings, before + 4);
 }

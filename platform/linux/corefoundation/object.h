@@ -28,6 +28,10 @@ class Object {
     /* The last release deletes the object. */
     void release() const noexcept;
 
+    /* Whether there is one reference. If it is the caller's, nobody else uses the object, and what
+     * others did with it is over. */
+    bool isHeldOnce() const noexcept { return references_.load(std::memory_order_acquire) == 1; }
+
   protected:
     /* An object of process lifetime ignores retain and release, as a literal has no owner. */
     enum class Lifetime { counted, process };

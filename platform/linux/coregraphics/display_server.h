@@ -7,8 +7,11 @@
  * thread, ends with the thread, and is replaced by the next call after it was lost. After a fork
  * the child makes its own.
  *
- * Waits for the server are bounded, so every call comes back. A null or empty optional says that
+ * Waits for the server are bounded, so every call comes back. A null image or optional says that
  * the server could not be asked; an empty list or string that it was asked and has none.
+ *
+ * Images are finished when they are handed out. While nothing changed the same one may be handed
+ * out again, and the memory of one is written again only when nobody holds any part of it.
  */
 #pragma once
 
@@ -19,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "coregraphics/image.h"
 #include "coregraphics/pixel_buffer.h"
 #include "coregraphics/thread_guards.h"
 
@@ -71,7 +75,7 @@ class DisplayServer {
     virtual std::optional<std::string> displayName(std::uint32_t displayId) = 0;
 
     /* The present pixels of an area of the desktop, zero where it reaches past it. */
-    virtual std::optional<PixelBuffer> grab(const PixelRect& area) = 0;
+    virtual ImageReference grab(const PixelRect& area) = 0;
 
     /* The windows that are on screen, by the numbers that applications know them by, front to
      * back. */
@@ -84,12 +88,12 @@ class DisplayServer {
      * with its own content, covered or not; zero where it reaches past the desktop. Numbers of no
      * window on screen are left out. No pixel of any other window is ever in it: null if that
      * cannot be made sure of, or the server cannot draw windows by themselves. */
-    virtual std::optional<PixelBuffer> grabWindows(const PixelRect& area,
-                                                   const std::vector<std::uint32_t>& windows) = 0;
+    virtual ImageReference grabWindows(const PixelRect& area,
+                                       const std::vector<std::uint32_t>& windows) = 0;
 
     /* One window with its frame, at its place in the area, whole even where it reaches past the
      * screen; zero elsewhere. The same holds as above; null too if it is not on screen. */
-    virtual std::optional<PixelBuffer> grabWindow(const PixelRect& area, std::uint32_t window) = 0;
+    virtual ImageReference grabWindow(const PixelRect& area, std::uint32_t window) = 0;
 };
 
 /* Begins a connection to the server that the environment names. Null if it names none. The display

@@ -1,55 +1,24 @@
 #include "coregraphics/image.h"
 
-#include <CoreGraphics/CGDataProvider.h>
-
-#include <utility>
-
 #include "coregraphics/color_space.h"
-#include "coregraphics/display_server.h"
-
-using qor::corefoundation::Reference;
-
-struct CGDataProvider final : qor::corefoundation::Object {
-    explicit CGDataProvider(Reference<const __CFData> imageData) noexcept
-        : data(std::move(imageData)) {}
-
-    const Reference<const __CFData> data;
-};
-
-struct CGImage final : qor::corefoundation::Object {
-    CGImage(const qor::coregraphics::PixelBuffer& pixels,
-            Reference<CGDataProvider> dataProvider) noexcept
-        : width(pixels.width),
-          height(pixels.height),
-          bytesPerRow(pixels.bytesPerRow),
-          provider(std::move(dataProvider)) {}
-
-    const std::size_t width;
-    const std::size_t height;
-    const std::size_t bytesPerRow;
-    const Reference<CGDataProvider> provider;
-};
 
 namespace qor::coregraphics {
 
-CGImageRef createImage(const PixelBuffer& pixels) noexcept {
-    using corefoundation::create;
-    auto data = create<const __CFData>(pixels.bytes, pixels.bytesPerRow * pixels.height);
-    if (data == nullptr)
-        return nullptr;
-    auto provider = create<CGDataProvider>(std::move(data));
-    if (provider == nullptr)
-        return nullptr;
-    return create<CGImage>(pixels, std::move(provider)).release();
+ImageReference createImage(const PixelBuffer& pixels) {
+    using corefoundation::Reference;
+    Reference<const __CFData> data(new __CFData(pixels.bytes, pixels.bytesPerRow * pixels.height));
+    Reference<CGDataProvider> provider(new CGDataProvider(std::move(data)));
+    return ImageReference(new CGImage(pixels, std::move(provider)));
 }
 
-CGImageRef createDesktopImage(const PixelRect& area) noexcept {
-    if (area.empty())
-        return nullptr;
-    return askServer(CGImageRef(), [&area](DisplayServer& server) -> CGImageRef {
-        const auto pixels = server.grab(area);
-        return pixels ? createImage(*pixels) : nullptr;
-    });
+ImageReference share(const ImageReference& image) noexcept {
+    image->retain();
+    return ImageReference(image.get());
+}
+
+bool isHeldOnce(const ImageReference& image) noexcept {
+    return image->isHeldOnce() && image->provider->isHeldOnce() &&
+           image->provider->data->isHeldOnce();
 }
 
 }  // namespace qor::coregraphics

@@ -54,20 +54,22 @@ std::vector<std::uint32_t> numbersIn(CFArrayRef windows) {
     return numbers;
 }
 
-/* An image of the pixels that the server gives; null if it gives none. */
+/* What the server gives; null if it gives nothing. */
 template <typename Grab>
-CGImageRef createGrabbedImage(Grab grab) {
-    return qor::coregraphics::askServer(CGImageRef(), [&grab](DisplayServer& server) -> CGImageRef {
-        const auto pixels = grab(server);
-        return pixels ? qor::coregraphics::createImage(*pixels) : nullptr;
-    });
+CGImageRef createImageOf(Grab grab) {
+    return qor::coregraphics::askServer(
+        CGImageRef(), [&grab](DisplayServer& server) { return grab(server).release(); });
+}
+
+CGImageRef createDesktopImage(const PixelRect& area) {
+    return createImageOf([&area](DisplayServer& server) { return server.grab(area); });
 }
 
 }  // namespace
 
 CGImageRef CGDisplayCreateImage(CGDirectDisplayID display) {
     const auto found = qor::coregraphics::findDisplay(display);
-    return found ? qor::coregraphics::createDesktopImage(found->bounds) : nullptr;
+    return found && !found->bounds.empty() ? createDesktopImage(found->bounds) : nullptr;
 }
 
 CGImageRef CGWindowListCreateImage(CGRect screenBounds, CGWindowListOption listOption,
@@ -76,9 +78,9 @@ CGImageRef CGWindowListCreateImage(CGRect screenBounds, CGWindowListOption listO
     if (!area || imageOption != kCGWindowImageDefault)
         return nullptr;
     if (listOption == kCGWindowListOptionOnScreenOnly && windowID == kCGNullWindowID)
-        return qor::coregraphics::createDesktopImage(*area);
+        return createDesktopImage(*area);
     if (listOption == kCGWindowListOptionIncludingWindow && windowID != kCGNullWindowID)
-        return createGrabbedImage(
+        return createImageOf(
             [&](DisplayServer& server) { return server.grabWindow(*area, windowID); });
     return nullptr;
 }
@@ -88,6 +90,6 @@ CGImageRef CGWindowListCreateImageFromArray(CGRect screenBounds, CFArrayRef wind
     const auto area = wholePixels(screenBounds);
     if (!area || windowArray == nullptr || imageOption != kCGWindowImageDefault)
         return nullptr;
-    return createGrabbedImage(
+    return createImageOf(
         [&](DisplayServer& server) { return server.grabWindows(*area, numbersIn(windowArray)); });
 }

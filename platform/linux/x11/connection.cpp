@@ -5,12 +5,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 #include <xcb/composite.h>
+#include <xcb/damage.h>
 #include <xcb/randr.h>
 #include <xcb/render.h>
 #include <xcb/shape.h>
 #include <xcb/shm.h>
 #include <xcb/xcbext.h>
+#include <xcb/xfixes.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <mutex>
 #include <string>
@@ -85,8 +88,34 @@ void findSharedMemory(Link& link) {
     if (reply == nullptr)
         return;
     link.hasSharedMemory = true;
+    link.hasSharedPixmaps =
+        reply->shared_pixmaps != 0 && reply->pixmap_format == XCB_IMAGE_FORMAT_Z_PIXMAP;
     link.hasSharedDescriptors = isAtLeast(reply->major_version, reply->minor_version, 1, 2) &&
                                 isLocalSocket(xcb_get_file_descriptor(handle));
+}
+
+/* A server goes by the version that its client says it knows. */
+bool offersSelectionNotices(xcb_connection_t* handle) {
+    if (!isPresent(handle, xcb_xfixes_id))
+        return false;
+    const Reply<xcb_xfixes_query_version_reply_t> reply(xcb_xfixes_query_version_reply(
+        handle,
+        xcb_xfixes_query_version(handle, XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION),
+        nullptr));
+    return reply != nullptr && isAtLeast(reply->major_version, reply->minor_version, 1, 0);
+}
+
+std::uint8_t findDamageNotice(xcb_connection_t* handle) {
+    if (!isPresent(handle, xcb_damage_id))
+        return 0;
+    const Reply<xcb_damage_query_version_reply_t> reply(xcb_damage_query_version_reply(
+        handle,
+        xcb_damage_query_version(handle, XCB_DAMAGE_MAJOR_VERSION, XCB_DAMAGE_MINOR_VERSION),
+        nullptr));
+    if (reply == nullptr || !isAtLeast(reply->major_version, reply->minor_version, 1, 0))
+        return 0;
+    return static_cast<std::uint8_t>(xcb_get_extension_data(handle, &xcb_damage_id)->first_event +
+                                     XCB_DAMAGE_NOTIFY);
 }
 
 /* One at a time: looking up the user's credentials goes through a static buffer of a library that
@@ -103,13 +132,15 @@ Link openLink(const std::string& displayName) {
     if (xcb_connection_has_error(link.handle.get()) != 0)
         return link;
     xcb_connection_t* handle = link.handle.get();
-    for (xcb_extension_t* extension :
-         {&xcb_randr_id, &xcb_shm_id, &xcb_composite_id, &xcb_shape_id, &xcb_render_id})
+    for (xcb_extension_t* extension : {&xcb_randr_id, &xcb_shm_id, &xcb_composite_id, &xcb_shape_id,
+                                       &xcb_render_id, &xcb_xfixes_id, &xcb_damage_id})
         xcb_prefetch_extension_data(handle, extension);
     findOutputs(link);
     findSharedMemory(link);
     link.hasWindowContents = offersWindowContents(handle);
     link.hasShapes = isPresent(handle, xcb_shape_id);
+    link.damageNotice = findDamageNotice(handle);
+    link.hasSelectionNotices = offersSelectionNotices(handle);
     link.pictureFormats = findPictureFormats(handle, link.screenNumber);
     return link;
 }
@@ -168,11 +199,32 @@ void Connection::readEvents() {
         events_.back().reset(xcb_poll_for_event(handle()));
         const bool wasLast = events_.back() == nullptr;
         const bool isError = !wasLast && events_.back()->response_type == 0;
-        if (wasLast || isError || !keepsEvents_)
+        if (wasLast || isError || isTaken(*events_.back()) || !keepsEvents_)
             events_.pop_back();
         if (wasLast)
             return;
     }
+}
+
+bool Connection::isTaken(const xcb_generic_event_t& event) noexcept {
+    const auto takes = [&event](EventListener* listener) { return listener->take(event); };
+    return std::ranges::any_of(listeners_, takes);
+}
+
+void Connection::addListener(EventListener& listener) {
+    listeners_.push_back(&listener);
+}
+
+void Connection::removeListener(const EventListener& listener) noexcept {
+    std::erase(listeners_, &listener);
+}
+
+void Connection::addRootEvents(std::uint32_t mask) {
+    if ((rootEvents_ & mask) == mask)
+        return;
+    rootEvents_ |= mask;
+    // Not checked: the root window is always there, and notices are for every client to have.
+    xcb_change_window_attributes(handle(), screen().root, XCB_CW_EVENT_MASK, &rootEvents_);
 }
 
 std::uint32_t Connection::takeIdentifier() {

@@ -37,7 +37,19 @@ struct Link {
     bool hasSharedDescriptors = false;  // MIT-SHM 1.2, on a socket that carries descriptors
     bool hasWindowContents = false;     // COMPOSITE 0.2: a window's content as a pixmap
     bool hasShapes = false;             // SHAPE: windows that are no rectangles
+    bool hasSelectionNotices = false;   // XFIXES 1.0: who owns a selection
+    bool hasSharedPixmaps = false;      // MIT-SHM: the server draws on shared memory
+    std::uint8_t damageNotice = 0;      // DAMAGE: the event that tells of it; 0 without
     PictureFormats pictureFormats;      // RENDER 0.10; empty without it
+};
+
+/* Takes events in as they are read, also while a reply is awaited. */
+class EventListener {
+  public:
+    virtual ~EventListener() = default;
+
+    /* True if nobody else has to see the event. */
+    virtual bool take(const xcb_generic_event_t& event) noexcept = 0;
 };
 
 class Connection {
@@ -68,6 +80,14 @@ class Connection {
     std::uint32_t takeIdentifier();
     void giveBackIdentifier(std::uint32_t identifier) noexcept;
 
+    /* Has events told to a listener, until it is removed. */
+    void addListener(EventListener& listener);
+    void removeListener(const EventListener& listener) noexcept;
+
+    /* Asks to be told also of these events about the root window, a client having one mask for each
+     * window. */
+    void addRootEvents(std::uint32_t mask);
+
     /* Keeps the events that come in from now on until takeEvents() is called. Before, and again
      * with a false argument, they are dropped. */
     void keepEvents(bool keep);
@@ -84,6 +104,7 @@ class Connection {
     bool finishConnecting();
     bool finishLateReply();
     void readEvents();
+    bool isTaken(const xcb_generic_event_t& event) noexcept;
 
     std::future<Link> connecting_;
     Link link_;
@@ -91,6 +112,8 @@ class Connection {
     std::optional<unsigned> lateSequence_;        // of the reply that did not come in time
     std::vector<std::uint32_t> freeIdentifiers_;  // with room for all that were taken
     std::size_t takenIdentifiers_ = 0;
+    std::vector<EventListener*> listeners_;
+    std::uint32_t rootEvents_ = 0;
     bool keepsEvents_ = false;
     std::vector<Reply<xcb_generic_event_t>> events_;
 };

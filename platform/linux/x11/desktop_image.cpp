@@ -27,20 +27,9 @@ std::shared_ptr<std::byte> allocateZeroed(std::size_t size) {
     return memory;
 }
 
-/* The rows have no gaps, as their pixels take four bytes. */
-void convertInPlace(const PixelFormat& format, std::byte* rows, const PixelRect& visible) {
-    if (lacksOnlyAlpha(format))
-        makeOpaque(rows, std::size_t{visible.width} * visible.height);
-    else if (!isNative(format))
-        convertPixels(format, rows, visible.width, visible.height, rows,
-                      rowBytes(format, visible.width));
-}
-
-void copyRows(const std::byte* source, const PixelRect& visible, std::byte* target,
-              std::size_t targetRowBytes) {
-    const std::size_t rowBytes = visible.width * kBytesPerPixel;
-    for (std::size_t y = 0; y < visible.height; ++y)
-        std::memcpy(target + y * targetRowBytes, source + y * rowBytes, rowBytes);
+std::byte* placeOf(const PixelRect& part, const PixelRect& area, const PixelBuffer& image) {
+    return image.bytes.get() + static_cast<std::size_t>(part.y - area.y) * image.bytesPerRow +
+           static_cast<std::size_t>(part.x - area.x) * kBytesPerPixel;
 }
 
 }  // namespace
@@ -60,6 +49,8 @@ PixelRect intersection(const PixelRect& a, const PixelRect& b) {
 }
 
 PixelRect around(const PixelRect& a, const PixelRect& b) {
+    if (a.empty() || b.empty())
+        return a.empty() ? b : a;
     const auto right = [](const PixelRect& r) { return r.x + static_cast<std::int32_t>(r.width); };
     const auto bottom = [](const PixelRect& r) {
         return r.y + static_cast<std::int32_t>(r.height);
@@ -70,32 +61,44 @@ PixelRect around(const PixelRect& a, const PixelRect& b) {
             static_cast<std::uint32_t>(std::max(bottom(a), bottom(b)) - y)};
 }
 
+PixelBuffer imageIn(std::shared_ptr<std::byte> memory, std::uint32_t width, std::uint32_t height) {
+    return {std::move(memory), width, height, width * kBytesPerPixel};
+}
+
+PixelBuffer zeroImage(std::uint32_t width, std::uint32_t height) {
+    return imageIn(allocateZeroed(width * kBytesPerPixel * height), width, height);
+}
+
+void putRows(const std::byte* rows, const PixelFormat& format, const PixelRect& part,
+             const PixelRect& area, const PixelBuffer& image) {
+    std::byte* target = placeOf(part, area, image);
+    if (!lacksOnlyAlpha(format) && !isNative(format))
+        return convertPixels(format, rows, part.width, part.height, target, image.bytesPerRow);
+    const std::size_t sourceRowBytes = part.width * kBytesPerPixel;
+    for (std::size_t y = 0; y < part.height; ++y, target += image.bytesPerRow) {
+        const std::byte* source = rows + y * sourceRowBytes;
+        if (source != target)
+            std::memcpy(target, source, sourceRowBytes);
+        // While the row is in the cache.
+        if (lacksOnlyAlpha(format))
+            makeOpaque(target, part.width);
+    }
+}
+
 PixelBuffer desktopImage(const PixelRect& area, const PixelRect& visible, const PixelFormat& format,
                          std::shared_ptr<std::byte> rows) {
-    const std::size_t rowBytes = area.width * kBytesPerPixel;
-    const bool fitsInPlace = format.bitsPerPixel == 8 * kBytesPerPixel;
-    if (fitsInPlace)
-        convertInPlace(format, rows.get(), visible);
-    if (fitsInPlace && visible == area)
-        return {std::move(rows), area.width, area.height, rowBytes};
-
-    auto image = allocateZeroed(rowBytes * area.height);
-    if (!visible.empty()) {
-        std::byte* corner = image.get() + static_cast<std::size_t>(visible.y - area.y) * rowBytes +
-                            static_cast<std::size_t>(visible.x - area.x) * kBytesPerPixel;
-        if (fitsInPlace)
-            copyRows(rows.get(), visible, corner, rowBytes);
-        else
-            convertPixels(format, rows.get(), visible.width, visible.height, corner, rowBytes);
-    }
-    return {std::move(image), area.width, area.height, rowBytes};
+    const bool fitsInPlace = format.bitsPerPixel == 8 * kBytesPerPixel && visible == area;
+    const std::byte* source = rows.get();
+    PixelBuffer image = fitsInPlace ? imageIn(std::move(rows), area.width, area.height)
+                                    : zeroImage(area.width, area.height);
+    if (!visible.empty())
+        putRows(source, format, visible, area, image);
+    return image;
 }
 
 void put(const PixelBuffer& pixels, const PixelRect& part, const PixelRect& area,
          const PixelBuffer& image) {
-    std::byte* target = image.bytes.get() +
-                        static_cast<std::size_t>(part.y - area.y) * image.bytesPerRow +
-                        static_cast<std::size_t>(part.x - area.x) * kBytesPerPixel;
+    std::byte* target = placeOf(part, area, image);
     for (std::size_t y = 0; y < pixels.height; ++y)
         std::memcpy(target + y * image.bytesPerRow, pixels.bytes.get() + y * pixels.bytesPerRow,
                     pixels.width * kBytesPerPixel);

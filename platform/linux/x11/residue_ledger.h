@@ -62,6 +62,9 @@ class ResidueLedger {
      * closed had covered, that is the other window's. So all of it counts as kUnknown's. */
     void allBeginAnew();
 
+    /* Whether nothing may be on screen any more but where windows are. */
+    bool isSettled() const { return trails_.empty(); }
+
     /* A round of requests to the server has been answered. */
     void endRound();
 

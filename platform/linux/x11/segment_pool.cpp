@@ -18,7 +18,7 @@ class SegmentPool::Loan {
     const std::shared_ptr<SegmentPool> pool_;
 };
 
-std::shared_ptr<const Segment> SegmentPool::take(std::size_t size) {
+std::shared_ptr<Segment> SegmentPool::take(std::size_t size) {
     auto loan = std::make_shared<Loan>(shared_from_this());
     {
         const std::lock_guard lock(mutex_);
@@ -29,14 +29,14 @@ std::shared_ptr<const Segment> SegmentPool::take(std::size_t size) {
     }
     if (loan->slot.empty())
         return nullptr;
-    const Segment* segment = &loan->slot.front();
+    Segment* segment = &loan->slot.front();
     return {std::move(loan), segment};
 }
 
-std::shared_ptr<const Segment> SegmentPool::add(Segment segment) {
+std::shared_ptr<Segment> SegmentPool::add(Segment segment) {
     auto loan = std::make_shared<Loan>(shared_from_this());
     loan->slot.push_back(std::move(segment));
-    const Segment* added = &loan->slot.front();
+    Segment* added = &loan->slot.front();
     return {std::move(loan), added};
 }
 

@@ -21,15 +21,20 @@ namespace qor::x11 {
 struct Segment {
     SharedMapping memory;
     std::uint32_t attachment;  // the server's name for it
+    // The server's names for an image in it that it can draw on, 0 if it has none.
+    std::uint32_t pixmap = 0;
+    std::uint32_t picture = 0;
+    std::uint32_t width = 0;  // of that image
+    std::uint32_t height = 0;
 };
 
 class SegmentPool : public std::enable_shared_from_this<SegmentPool> {
   public:
     /* Lends a free segment of at least size bytes; null if there is none. */
-    std::shared_ptr<const Segment> take(std::size_t size);
+    std::shared_ptr<Segment> take(std::size_t size);
 
     /* Adds a segment and lends it. */
-    std::shared_ptr<const Segment> add(Segment segment);
+    std::shared_ptr<Segment> add(Segment segment);
 
     /* Takes free segments out until at most count are left, those used last. The caller tells the
      * server and drops them. */

@@ -35,6 +35,7 @@ class ServerResource {
     const std::uint32_t id_;
 };
 
+using GraphicsContext = ServerResource<xcb_free_gc>;
 using Pixmap = ServerResource<xcb_free_pixmap>;
 using Window = ServerResource<xcb_destroy_window>;
 using Picture = ServerResource<xcb_render_free_picture>;

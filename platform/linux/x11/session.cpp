@@ -11,7 +11,7 @@
 namespace qor::x11 {
 
 using coregraphics::Display;
-using coregraphics::PixelBuffer;
+using coregraphics::ImageReference;
 using coregraphics::PixelRect;
 using coregraphics::ServerState;
 
@@ -44,8 +44,8 @@ std::optional<std::string> Session::displayName(std::uint32_t displayId) {
     return askOutputName(connection_, displayId);
 }
 
-std::optional<PixelBuffer> Session::grab(const PixelRect& area) {
-    return screenContent_.grab(area);
+ImageReference Session::grab(const PixelRect& area) {
+    return screenContent_.update(area) ? screenContent_.image() : nullptr;
 }
 
 std::optional<std::vector<std::uint32_t>> Session::windowsOnScreen() {
@@ -57,12 +57,12 @@ std::optional<std::vector<coregraphics::WindowDescription>> Session::windowDescr
     return stack ? windowDescriptions_.describe(stack->windows) : std::nullopt;
 }
 
-std::optional<PixelBuffer> Session::grabWindows(const PixelRect& area,
-                                                const std::vector<std::uint32_t>& windows) {
+ImageReference Session::grabWindows(const PixelRect& area,
+                                    const std::vector<std::uint32_t>& windows) {
     return windowPictures_.desktopOf(windows, area);
 }
 
-std::optional<PixelBuffer> Session::grabWindow(const PixelRect& area, std::uint32_t window) {
+ImageReference Session::grabWindow(const PixelRect& area, std::uint32_t window) {
     return windowPictures_.aloneIn(area, window);
 }
 

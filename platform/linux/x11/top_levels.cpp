@@ -8,6 +8,7 @@
 
 #include "x11/desktop_image.h"
 #include "x11/property.h"
+#include "x11/window_watch.h"
 
 namespace qor::x11 {
 namespace {
@@ -102,10 +103,15 @@ struct Stranger {
 /* Searches all windows at once, level by level, so that it takes a round trip a level. */
 class ClientSearch {
   public:
-    ClientSearch(Connection& connection, xcb_atom_t wmState, std::uint32_t manager)
-        : connection_(connection), wmState_(wmState), manager_(manager) {}
+    ClientSearch(Connection& connection, xcb_atom_t wmState, std::uint32_t manager,
+                 WindowWatch* watch)
+        : connection_(connection), wmState_(wmState), manager_(manager), watch_(watch) {}
 
-    void start(TopLevel& top) { level_.emplace_back(connection_, top.window, top, wmState_); }
+    void start(TopLevel& top) {
+        if (watch_ != nullptr)
+            watch_->addTopLevel(top.window);
+        level_.emplace_back(connection_, top.window, top, wmState_);
+    }
 
     void run() {
         for (int depth = 0; depth <= kDeepestSearch && !level_.empty(); ++depth) {
@@ -149,6 +155,8 @@ class ClientSearch {
             return;
         }
         const auto children = childrenIn(*tree);
+        if (watch_ != nullptr)
+            watch_->addChildren(candidate.window, children);
         // From the top: of several applications' windows in one frame, the one on top is seen.
         std::size_t searched = 0;
         for (std::size_t i = children.size(); i > 0 && searched < kMostChildrenSearched; --i) {
@@ -158,6 +166,8 @@ class ClientSearch {
     }
 
     void add(xcb_window_t child, TopLevel& top) {
+        if (watch_ != nullptr)
+            watch_->add(child);
         if (makerOf(connection_, top.window) == manager_ && makerOf(connection_, child) != manager_)
             strangers_.push_back({&top, child});
         if (level_.size() < kMostSearchedAtOnce)
@@ -167,6 +177,7 @@ class ClientSearch {
     Connection& connection_;
     const xcb_atom_t wmState_;
     const std::uint32_t manager_;
+    WindowWatch* const watch_;
     std::deque<Candidate> level_;
     std::vector<Managed> managed_;
     std::vector<Stranger> strangers_;
@@ -205,8 +216,8 @@ void markWindowsBeneathGuard(const Connection& connection, WindowStack& stack,
 }
 
 void findNumbers(Connection& connection, WindowStack& stack, const ManagerAtoms& atoms,
-                 std::uint32_t manager) {
-    ClientSearch search(connection, atoms.state, manager);
+                 std::uint32_t manager, WindowWatch* watch) {
+    ClientSearch search(connection, atoms.state, manager, watch);
     for (TopLevel& top : stack.windows) {
         if (top.isVisible())
             search.start(top);
@@ -224,7 +235,8 @@ void findNumbers(Connection& connection, WindowStack& stack, const ManagerAtoms&
 
 }  // namespace
 
-std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAtoms& atoms) {
+std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAtoms& atoms,
+                                         WindowWatch* watch) {
     xcb_connection_t* handle = connection.handle();
     const xcb_window_t root = connection.screen().root;
     Request<xcb_get_property_reply_t> managerRequest(connection,
@@ -252,7 +264,7 @@ std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAt
         window->isBesideScreen = intersection(window->box, stack.root).empty();
         stack.windows.push_back(*window);
     }
-    findNumbers(connection, stack, atoms, manager);
+    findNumbers(connection, stack, atoms, manager, watch);
     return connection.answers() ? std::optional(std::move(stack)) : std::nullopt;
 }
 

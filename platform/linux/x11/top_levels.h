@@ -18,6 +18,8 @@
 
 namespace qor::x11 {
 
+class WindowWatch;
+
 struct TopLevel {
     xcb_window_t window = 0;
     xcb_window_t number = 0;      // the application's window, in it or itself; 0 while not visible
@@ -52,7 +54,9 @@ struct ManagerAtoms {
     xcb_atom_t shaded = XCB_NONE;         // _NET_WM_STATE_SHADED, a state
 };
 
-/* All of them; null if the server does not answer. */
-std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAtoms& atoms);
+/* All of them; null if the server does not answer. The watch, if there is one, is told what the
+ * list is made from. */
+std::optional<WindowStack> listTopLevels(Connection& connection, const ManagerAtoms& atoms,
+                                         WindowWatch* watch);
 
 }  // namespace qor::x11

@@ -1,22 +1,9 @@
 #include "x11/window_notices.h"
 
+#include "x11/notice.h"
+
 namespace qor::x11 {
 namespace {
-
-using coregraphics::PixelRect;
-
-constexpr std::uint8_t kSentByClient = 0x80;
-
-template <typename Notice>
-const Notice& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Notice&>(event);
-}
-
-template <typename Notice>
-PixelRect boxIn(const Notice& notice) {
-    const unsigned borders = 2U * notice.border_width;
-    return {notice.x, notice.y, notice.width + borders, notice.height + borders};
-}
 
 void enterReparented(const xcb_reparent_notify_event_t& notice, xcb_window_t root,
                      ResidueLedger& ledger) {
@@ -28,16 +15,14 @@ void enterReparented(const xcb_reparent_notify_event_t& notice, xcb_window_t roo
 
 }  // namespace
 
-void askForNotices(const Connection& connection) {
-    const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
-    // Not checked: the root window is always there, and notices are for every client to have.
-    xcb_change_window_attributes(connection.handle(), connection.screen().root, XCB_CW_EVENT_MASK,
-                                 &mask);
+void askForNotices(Connection& connection) {
+    connection.addRootEvents(XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_STRUCTURE_NOTIFY |
+                             XCB_EVENT_MASK_PROPERTY_CHANGE);
 }
 
 bool enter(const xcb_generic_event_t& event, xcb_window_t root, ResidueLedger& ledger) {
-    // One that a client made up carries a mark, and says nothing of what the server did.
-    if ((event.response_type & kSentByClient) != 0)
+    const auto about = isFromServer(event) ? childNoticeIn(event) : std::nullopt;
+    if (!about || about->parent != root)
         return false;
     switch (event.response_type) {
         case XCB_CREATE_NOTIFY: {
@@ -51,19 +36,19 @@ bool enter(const xcb_generic_event_t& event, xcb_window_t root, ResidueLedger& l
             return true;
         }
         case XCB_MAP_NOTIFY:
-            ledger.mapped(as<xcb_map_notify_event_t>(event).window);
+            ledger.mapped(about->child);
             return true;
         case XCB_UNMAP_NOTIFY:
-            ledger.unmapped(as<xcb_unmap_notify_event_t>(event).window);
+            ledger.unmapped(about->child);
             return true;
         case XCB_DESTROY_NOTIFY:
-            ledger.gone(as<xcb_destroy_notify_event_t>(event).window);
+            ledger.gone(about->child);
             return true;
         case XCB_REPARENT_NOTIFY:
             enterReparented(as<xcb_reparent_notify_event_t>(event), root, ledger);
             return true;
-        default:
-            return event.response_type == XCB_CIRCULATE_NOTIFY;
+        default:  // their order, which the ledger has no part in
+            return true;
     }
 }
 

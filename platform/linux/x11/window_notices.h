@@ -6,11 +6,11 @@
 
 namespace qor::x11 {
 
-/* Asks the server for notices about the children of the root window, from now on. */
-void askForNotices(const Connection& connection);
+/* Asks the server for notices about the root window and its children, from now on. */
+void askForNotices(Connection& connection);
 
-/* Enters an event into the ledger, if it is such a notice. True if it is any change of the windows
- * on screen, be it of their order only. */
+/* Enters an event into the ledger, if it is about a child of the root window. True if it is any
+ * change of the windows on screen, be it of their order only. */
 bool enter(const xcb_generic_event_t& event, xcb_window_t root, ResidueLedger& ledger);
 
 }  // namespace qor::x11

@@ -1,127 +1,108 @@
 /*
  * Pictures of chosen windows, each with its own content, whatever covers it.
  *
- * From the first one on, the server keeps each window's content (COMPOSITE), until the connection
- * ends. For a picture, the contents are drawn on a canvas in the server (RENDER), which is then
- * read like the screen.
+ * Where the server itself shows the windows and little is left out, the screen is read, and only
+ * what a left-out window may have on it is drawn. Where a compositing manager shows them, all is
+ * drawn: what that puts on the screen, and where, cannot be known.
  *
- * Where the server itself shows the windows and little is left out, the screen is read instead, and
- * only what a left-out window may have on it is drawn. Where a compositing manager shows them, all
- * is drawn: what that puts on the screen, and where, cannot be known.
- *
- * No picture shows a pixel of a window that was not chosen. What makes that hold: only contents of
- * chosen windows are drawn; what other windows may have left in them is wiped out first; and the
- * server's notices that came while the picture was made tell whether anything changed that. If it
- * did, the picture is dropped and made again.
+ * A picture shows no pixel of a window that was not chosen: if anything changed while it was made
+ * that this depends on, it is dropped and made again. While nothing changed since it was made,
+ * neither the windows nor what is drawn in those that are in it, it is handed out again.
  */
 #pragma once
 
+#include <chrono>
 #include <cstdint>
-#include <list>
-#include <memory>
 #include <optional>
-#include <set>
 #include <vector>
 
+#include "coregraphics/image.h"
 #include "coregraphics/pixel_buffer.h"
-#include "x11/backdrop.h"
-#include "x11/canvas.h"
 #include "x11/connection.h"
 #include "x11/image_transport.h"
-#include "x11/residue_ledger.h"
-#include "x11/root_background.h"
+#include "x11/known_windows.h"
 #include "x11/screen_content.h"
-#include "x11/top_levels.h"
+#include "x11/window_composer.h"
 
 namespace qor::x11 {
 
 class WindowPictures {
   public:
-    WindowPictures(Connection& connection, ImageTransport& transport, ScreenContent& screenContent)
-        : connection_(connection), transport_(transport), screenContent_(screenContent) {}
+    WindowPictures(Connection& connection, ImageTransport& transport, ScreenReader& reader)
+        : connection_(connection),
+          screen_(connection, reader),
+          windows_(connection),
+          composer_(connection, transport, windows_) {}
 
-    /* All windows on screen and off, with what is known of them. */
-    std::optional<WindowStack> listWindows();
+    /* All windows on screen and off, with what is known of them. Valid until the next call that
+     * lists windows or takes a picture; null if the server does not answer. */
+    const WindowStack* listWindows() { return windows_.list(); }
 
     /* The windows on screen, by number, front to back. */
     std::optional<std::vector<std::uint32_t>> numbersOnScreen();
 
-    /* An area of the root window with the given windows, the first one on top, and no others. */
-    std::optional<coregraphics::PixelBuffer> desktopOf(const std::vector<std::uint32_t>& numbers,
-                                                       const coregraphics::PixelRect& area);
+    /* An area of the root window with the given windows, the first one on top, and no others; null
+     * if that cannot be had. Throws std::bad_alloc, as do the others. */
+    coregraphics::ImageReference desktopOf(const std::vector<std::uint32_t>& numbers,
+                                           const coregraphics::PixelRect& area);
 
     /* An area of the root window, zero but for one window. While that is not on screen, but still
      * there, its last picture, if that was of the same area; null if there is none. */
-    std::optional<coregraphics::PixelBuffer> aloneIn(const coregraphics::PixelRect& area,
-                                                     std::uint32_t number);
+    coregraphics::ImageReference aloneIn(const coregraphics::PixelRect& area, std::uint32_t number);
 
     /* Takes in the notices that have come, which would pile up otherwise. */
-    void takeNotices();
+    void takeNotices() { windows_.takeNotices(); }
 
   private:
-    struct Atoms {
-        ManagerAtoms manager;
-        xcb_atom_t opacity = XCB_NONE;
-        BackdropProperties backdrop;
-    };
-    /* What a picture is to show. */
-    struct Scene {
-        coregraphics::PixelRect area = {};                // of the root window, not empty
-        std::vector<coregraphics::PixelRect> parts = {};  // of it, that are to be drawn
-        std::vector<TopLevel> chosen = {};                // the lowest first
-        std::set<xcb_window_t> harmless = {};  // whose pixels may be seen, if they have any
-        bool isDesktop = false;                // with what is behind the windows
-        Laying laying = Laying::replacing;
+    using Clock = std::chrono::steady_clock;
+    using PixelRect = coregraphics::PixelRect;
 
-        ResidueLedger::Predicate isLeftOut() const {
-            return [this](xcb_window_t window) { return !harmless.contains(window); };
-        }
+    enum class Kind { desktop, alone };
+    /* What a picture was made of. */
+    struct Subject {
+        Kind kind = Kind::desktop;
+        std::vector<std::uint32_t> numbers;
+        PixelRect area;
+
+        friend bool operator==(const Subject&, const Subject&) = default;
     };
-    struct Layer;
-    enum class Outcome { done, changed, failed };
-    struct Composed {
-        Outcome outcome = Outcome::failed;
-        std::vector<coregraphics::PixelBuffer> parts = {};  // if done, in the scene's order
+    /* The picture made last, if it may be handed out again. */
+    struct Last {
+        Subject subject;
+        unsigned changes = 0;        // that had been told of before it was made
+        Clock::time_point end = {};  // of being trusted, but for one with patches
+        // If it is the screen's image, what is patched on it.
+        std::optional<std::vector<PixelRect>> patches = std::nullopt;
+        coregraphics::ImageReference image = nullptr;  // of the desktop, if it was all drawn
     };
-    struct Picture {
-        Outcome outcome = Outcome::failed;
-        coregraphics::PixelBuffer pixels = {};  // of the whole area, if done
-    };
-    struct LastPicture {
+    struct LastAlone {
         std::uint32_t number = 0;
-        coregraphics::PixelRect area;
+        PixelRect area;
+        PixelRect part;  // of the area, that the window has in it
         coregraphics::PixelBuffer pixels;
+        coregraphics::ImageReference image;
     };
 
-    bool findAtoms();
-    bool isPossible();
-    bool begin();
-    void noteCompositing(const WindowStack& stack);
-    void keepBackground(const WindowStack& stack);
-    bool isPatchable(const WindowStack& stack);
-    Picture composedDesktop(const coregraphics::PixelRect& area, Scene scene);
-    Picture patchedDesktop(const coregraphics::PixelRect& area, Scene scene, unsigned changes);
-    Composed compose(const Scene& scene);
-    std::optional<std::list<Layer>> layersOf(const Scene& scene);
-    void beginCanvas(const Scene& scene);
-    bool draw(const Scene& scene, std::list<Layer>& layers);
-    bool read(const Scene& scene, std::vector<coregraphics::PixelBuffer>& parts);
-    Outcome outcomeOf(const Scene& scene, std::list<Layer>& layers);
-    std::optional<coregraphics::PixelBuffer> lastOf(const coregraphics::PixelRect& area,
-                                                    std::uint32_t number);
+    bool isUpToDate(const Subject& subject) const;
+    bool isUnchanged(const Last& picture) const;
+    coregraphics::ImageReference lastImage() const;
+    Scene sceneOf(const std::vector<std::uint32_t>& numbers, const WindowStack& stack) const;
+    bool isPatchable(const WindowStack& stack, const Scene& scene);
+    Outcome makeDesktop(const WindowStack& stack, bool mayPatch, const std::optional<Last>& before,
+                        Last& picture);
+    Outcome compose(Scene scene, Last& picture);
+    Outcome patch(Scene scene, const std::optional<Last>& before, Last& picture);
+    Outcome drawPatches(const Scene& scene);
+    Outcome makeAlone(Scene scene, const std::optional<Last>& before, Last& picture);
+    void beginAlone(const Subject& subject, const PixelRect& part);
+    coregraphics::ImageReference lastAloneOf(const PixelRect& area, std::uint32_t number);
 
     Connection& connection_;
-    ImageTransport& transport_;
-    ScreenContent& screenContent_;
-    std::optional<Atoms> atoms_;
-    std::optional<bool> isPossible_;  // null until it is known
-    bool hasBegun_ = false;
-    ResidueLedger ledger_;
-    unsigned changes_ = 0;                      // that notices have told of
-    bool wasComposited_ = false;                // a compositing manager was seen on this connection
-    std::optional<RootBackground> background_;  // null where a compositing manager runs
-    std::optional<Canvas> canvas_;              // kept from picture to picture
-    std::optional<LastPicture> last_;
+    ScreenContent screen_;  // with patches
+    KnownWindows windows_;
+    WindowComposer composer_;
+    std::optional<Last> last_;
+    std::optional<LastAlone> lastAlone_;
 };
 
 }  // namespace qor::x11
