@@ -42,6 +42,9 @@ int runProgram(const Program& program, int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--case", options.cases, "only cases with this in their name; may be repeated");
     app.add_option("--output", directory, "write the table and JSON into this folder");
+    if (program.addOptions) {
+        program.addOptions(app, options);
+    }
     CLI11_PARSE(app, argc, argv);
     try {
         measureAndWrite(program, options, directory);

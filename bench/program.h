@@ -8,6 +8,10 @@
 
 #include "report.h"
 
+namespace CLI {
+class App;
+}
+
 namespace qor::bench {
 
 struct Options {
@@ -23,6 +27,8 @@ struct Program {
     int rounds;            // unless asked otherwise
     // Measures and reports. Throws when a result is wrong.
     std::function<void(const Options&, Report&)> measure;
+    // Adds options of the program's own, where it has some.
+    std::function<void(CLI::App&, Options&)> addOptions = nullptr;
 };
 
 // 0 when measured and written, whatever the bars say; 1 with one line on standard error when not.
