@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
@@ -49,7 +48,6 @@ class ScreenFile {
                 std::memcpy(bytes() + place, pixel, sizeof pixel);
             }
         }
-        std::atomic_thread_fence(std::memory_order_seq_cst);
     }
 
   private:
