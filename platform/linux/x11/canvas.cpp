@@ -18,15 +18,31 @@ Canvas::Canvas(Connection& connection, std::uint32_t width, std::uint32_t height
     : connection_(connection),
       width_(width),
       height_(height),
-      pixmap_(connection),
+      pixmap_(std::in_place, connection),
+      drawable_(pixmap_->id()),
       picture_(connection),
       steps_(connection) {
-    xcb_connection_t* handle = connection.handle();
-    steps_.add(xcb_create_pixmap_checked(handle, kDepth, pixmap_.id(), connection.screen().root,
-                                         static_cast<std::uint16_t>(width),
-                                         static_cast<std::uint16_t>(height)));
-    steps_.add(xcb_render_create_picture_checked(
-        handle, picture_.id(), pixmap_.id(), connection.link().pictureFormats.argb, 0, nullptr));
+    steps_.add(xcb_create_pixmap_checked(
+        connection.handle(), kDepth, drawable_, connection.screen().root,
+        static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height)));
+    createPicture();
+}
+
+Canvas::Canvas(Connection& connection, const Segment& image)
+    : connection_(connection),
+      width_(image.width),
+      height_(image.height),
+      drawable_(image.pixmap),
+      picture_(connection),
+      steps_(connection) {
+    createPicture();
+}
+
+/* One of the canvas's own also on an image, as it is clipped. */
+void Canvas::createPicture() {
+    steps_.add(xcb_render_create_picture_checked(connection_.handle(), picture_.id(), drawable_,
+                                                 connection_.link().pictureFormats.argb, 0,
+                                                 nullptr));
 }
 
 PixelFormat Canvas::pixelFormat() const {
@@ -45,6 +61,11 @@ void Canvas::beginBlack(const PixelRect& area, const std::vector<PixelRect>& par
     area_ = area;
     parts_ = parts;
     begin(kAll);
+}
+
+void Canvas::beginAsIs(const PixelRect& area, const std::vector<PixelRect>& parts) {
+    area_ = area;
+    parts_ = parts;
 }
 
 void Canvas::begin(std::uint16_t alpha) {

@@ -1,13 +1,16 @@
-/* A pixmap of 32 bits a pixel, alpha among them, that windows are drawn on (RENDER). */
+/* A pixmap of 32 bits a pixel, alpha among them, that windows are drawn on (RENDER): one of its
+ * own, or an image's. */
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "coregraphics/pixel_buffer.h"
 #include "x11/connection.h"
 #include "x11/pixel_format.h"
 #include "x11/request_batch.h"
+#include "x11/segment_pool.h"
 #include "x11/server_resource.h"
 #include "x11/window_content.h"
 #include "x11/window_shape.h"
@@ -25,10 +28,13 @@ class Canvas {
   public:
     Canvas(Connection& connection, std::uint32_t width, std::uint32_t height);
 
+    /* On an image's own memory, which the server can draw on, and which outlives it. */
+    Canvas(Connection& connection, const Segment& image);
+
     bool hasSize(std::uint32_t width, std::uint32_t height) const {
         return width == width_ && height == height_;
     }
-    xcb_drawable_t drawable() const { return pixmap_.id(); }
+    xcb_drawable_t drawable() const { return drawable_; }
 
     /* How the canvas's pixels come out of the server. */
     PixelFormat pixelFormat() const;
@@ -40,6 +46,10 @@ class Canvas {
                    const std::vector<coregraphics::PixelRect>& parts);
     void beginBlack(const coregraphics::PixelRect& area,
                     const std::vector<coregraphics::PixelRect>& parts);
+
+    /* The same, for parts that will be drawn on all over: they are left as they are at first. */
+    void beginAsIs(const coregraphics::PixelRect& area,
+                   const std::vector<coregraphics::PixelRect>& parts);
 
     /* Draws a picture whose corner is the root window's, opaque. That it is there is not checked:
      * if it is not, black is right. */
@@ -57,6 +67,7 @@ class Canvas {
     bool isSound() { return steps_.firstError() == 0; }
 
   private:
+    void createPicture();
     void begin(std::uint16_t alpha);
     void makeOpaque(const std::vector<xcb_rectangle_t>& rectangles);
     void clipTo(const std::vector<xcb_rectangle_t>& rectangles);
@@ -65,7 +76,8 @@ class Canvas {
     Connection& connection_;
     const std::uint32_t width_;
     const std::uint32_t height_;
-    Pixmap pixmap_;
+    std::optional<Pixmap> pixmap_;  // null if it is not its own
+    const xcb_drawable_t drawable_;
     Picture picture_;
     RequestBatch steps_;
     coregraphics::PixelRect area_;

@@ -45,7 +45,7 @@ class ScreenContent {
     /* The image, to be handed out; and its memory, for who covers parts of it, until it is. Only
      * after a successful update(). */
     coregraphics::ImageReference image() const { return coregraphics::share(last_->image); }
-    const coregraphics::PixelBuffer& pixels() const { return last_->frame.memory.pixels; }
+    const ImageMemory& memory() const { return last_->frame.memory; }
     const coregraphics::PixelRect& area() const { return last_->frame.area; }
 
     /* Forgets the image, so that all of the next one is read anew. */

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <deque>
 #include <iterator>
+#include <tuple>
 #include <utility>
 
 #include "x11/desktop_image.h"
@@ -55,19 +56,38 @@ PixelRect WindowComposer::missedIn(const TopLevel& top) const {
     return onRoot(contents_.missedIn(top.window), top);
 }
 
-WindowComposer::Composed WindowComposer::compose(const Scene& scene) {
+WindowComposer::Composed WindowComposer::compose(const Scene& scene, const Target& target) {
     auto layers = layersOf(scene);
     if (!layers)
-        return {};
+        return {Outcome::failed, false};
     windows_.takeNotices();
-    beginCanvas(scene);
-    Composed composed;
-    const bool isRead = draw(scene, *layers) && read(scene, composed.parts);
+    if (target.memory.picture == XCB_NONE)
+        return composeApart(scene, *layers, target);
+    Canvas canvas(connection_, *target.memory.segment);
+    begin(canvas, scene, *layers, target.area);
+    const bool isDrawn = draw(canvas, scene, *layers) && hasCaughtUp(connection_);
+    return isDrawn && canvas.isSound() ? outcomeOf(scene, *layers) : Composed{};
+}
+
+/* Where the server cannot draw on the image. */
+WindowComposer::Composed WindowComposer::composeApart(const Scene& scene, std::list<Layer>& layers,
+                                                      const Target& target) {
+    if (!canvas_ || !canvas_->hasSize(scene.area.width, scene.area.height)) {
+        canvas_.reset();
+        canvas_.emplace(connection_, scene.area.width, scene.area.height);
+    }
+    begin(*canvas_, scene, layers, scene.area);
+    // What is read goes to the image only once it is known to be right.
+    std::vector<PixelBuffer> parts;
+    const bool isRead = draw(*canvas_, scene, layers) && read(scene, parts);
     if (!isRead || !canvas_->isSound()) {
         canvas_.reset();
-        return {};
+        return {Outcome::failed, false};
     }
-    composed.outcome = outcomeOf(scene, *layers);
+    Composed composed = outcomeOf(scene, layers);
+    composed.isTouched = composed.outcome == Outcome::done;
+    for (std::size_t i = 0; composed.isTouched && i < parts.size(); ++i)
+        put(parts[i], scene.parts[i], target.area, target.memory.pixels);
     return composed;
 }
 
@@ -79,43 +99,59 @@ std::optional<std::list<WindowComposer::Layer>> WindowComposer::layersOf(const S
             return !intersection(top.box, part).empty();
         });
     });
-    std::deque<WindowShapeRequest> shapeRequests;
-    for (const TopLevel& top : seen)
-        shapeRequests.emplace_back(connection_, top, windows_.atoms().opacity);
+    askShapes(seen);
     const auto& formats = connection_.link().pictureFormats.byVisual;
     std::list<Layer> layers;
-    for (std::size_t i = 0; i < seen.size(); ++i) {
-        auto shape = shapeRequests[i].take();
-        if (!shape)
+    for (const TopLevel& top : seen) {
+        const auto shape = shapes_.find(top.window);
+        if (shape == shapes_.end())
             continue;
-        const auto format = formats.find(seen[i].visual);
+        const auto format = formats.find(top.visual);
         if (format == formats.end())
             return std::nullopt;
         Layer& layer = layers.emplace_back();
-        layer.top = seen[i];
-        layer.shape = std::move(*shape);
+        layer.top = top;
+        layer.shape = shape->second;
         layer.format = format->second;
     }
     return connection_.answers() ? std::optional(std::move(layers)) : std::nullopt;
 }
 
-void WindowComposer::beginCanvas(const Scene& scene) {
-    if (!canvas_ || !canvas_->hasSize(scene.area.width, scene.area.height)) {
-        canvas_.reset();
-        canvas_.emplace(connection_, scene.area.width, scene.area.height);
+/* They are known until a notice tells of any change, where there are notices. Windows that have
+ * gone have none. */
+void WindowComposer::askShapes(const std::vector<TopLevel>& tops) {
+    if (!windows_.tellsOfAllChanges() || windows_.changes() != shapesAreOf_)
+        shapes_.clear();
+    shapesAreOf_ = windows_.changes();
+    std::deque<std::pair<xcb_window_t, WindowShapeRequest>> requests;
+    for (const TopLevel& top : tops) {
+        if (!shapes_.contains(top.window))
+            requests.emplace_back(
+                std::piecewise_construct, std::forward_as_tuple(top.window),
+                std::forward_as_tuple(connection_, top, windows_.atoms().opacity));
     }
+    for (auto& [window, request] : requests) {
+        if (auto shape = request.take())
+            shapes_.emplace(window, std::move(*shape));
+    }
+}
+
+void WindowComposer::begin(Canvas& canvas, const Scene& scene, const std::list<Layer>& layers,
+                           const PixelRect& area) {
+    // Nothing is drawn then if the one window has just gone, and what was there stays.
+    const bool isFilled = layers.size() == 1 && layers.front().shape.isWhole;
     if (!scene.isDesktop)
-        return canvas_->beginZero(scene.area, scene.parts);
-    canvas_->beginBlack(scene.area, scene.parts);
+        return isFilled ? canvas.beginAsIs(area, scene.parts) : canvas.beginZero(area, scene.parts);
+    canvas.beginBlack(area, scene.parts);
     if (background_)
-        return background_->drawOn(*canvas_, scene.parts);
+        return background_->drawOn(canvas, scene.parts);
     const xcb_pixmap_t backdrop = findBackdrop(connection_, windows_.atoms().backdrop);
     if (backdrop != XCB_NONE)
-        drawBackdrop(connection_, backdrop, *canvas_);
+        drawBackdrop(connection_, backdrop, canvas);
 }
 
 /* False if the server does not answer. */
-bool WindowComposer::draw(const Scene& scene, std::list<Layer>& layers) {
+bool WindowComposer::draw(Canvas& canvas, const Scene& scene, std::list<Layer>& layers) {
     std::size_t partsUnderWay = 0;
     for (Layer& layer : layers) {
         layer.generation = windows_.ledger().generation(layer.top.window, layer.top.box);
@@ -125,7 +161,7 @@ bool WindowComposer::draw(const Scene& scene, std::list<Layer>& layers) {
         const auto residue = windows_.ledger().residueIn(layer.top.window, scene.isLeftOut());
         if (!residue.empty())
             wipe(connection_, layer.top, layer.shape, residue, *layer.content);
-        canvas_->draw(layer.top.box, layer.shape, layer.format, scene.laying, *layer.content);
+        canvas.draw(layer.top.box, layer.shape, layer.format, scene.laying, *layer.content);
         partsUnderWay += layer.shape.parts.size() * scene.parts.size();
         if (partsUnderWay < kMostPartsUnderWay)
             continue;
@@ -149,11 +185,12 @@ bool WindowComposer::read(const Scene& scene, std::vector<PixelBuffer>& parts) {
     return true;
 }
 
-Outcome WindowComposer::outcomeOf(const Scene& scene, std::list<Layer>& layers) {
+WindowComposer::Composed WindowComposer::outcomeOf(const Scene& scene, std::list<Layer>& layers) {
     // What changed before the picture was read has been told by now.
     windows_.takeNotices();
     // That windows move does not matter here: the ledger knows what that means for their contents.
     Outcome outcome = windows_.isMistaken() ? Outcome::changed : Outcome::done;
+    bool isTouched = scene.isDesktop || layers.size() != 1 || !layers.front().shape.isWhole;
     if (scene.isDesktop && background_ && background_->outcome() != WindowContent::Outcome::done) {
         background_.reset();  // somebody has closed its window
         outcome = Outcome::changed;
@@ -161,8 +198,9 @@ Outcome WindowComposer::outcomeOf(const Scene& scene, std::list<Layer>& layers) 
     for (Layer& layer : layers) {
         const auto drawn = layer.content->outcome();
         if (drawn == WindowContent::Outcome::failed || connection_.isLost())
-            return Outcome::failed;
+            return {};
         if (drawn == WindowContent::Outcome::done) {
+            isTouched = true;
             windows_.ledger().cleaned(layer.top.window, layer.generation, scene.isLeftOut());
             if (!windows_.ledger().residueIn(layer.top.window, scene.isLeftOut()).empty())
                 outcome = Outcome::changed;
@@ -171,7 +209,7 @@ Outcome WindowComposer::outcomeOf(const Scene& scene, std::list<Layer>& layers) 
         }
     }
     windows_.ledger().endRound();
-    return outcome;
+    return {outcome, isTouched};
 }
 
 }  // namespace qor::x11

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <list>
+#include <map>
 #include <optional>
 #include <set>
 #include <vector>
@@ -17,10 +18,12 @@
 #include "x11/canvas.h"
 #include "x11/connection.h"
 #include "x11/content_watches.h"
+#include "x11/image_memory.h"
 #include "x11/image_transport.h"
 #include "x11/known_windows.h"
 #include "x11/root_background.h"
 #include "x11/top_levels.h"
+#include "x11/window_shape.h"
 
 namespace qor::x11 {
 
@@ -46,9 +49,14 @@ enum class Outcome {
 
 class WindowComposer {
   public:
+    /* An image that a scene is drawn on, of an area of the root window that the scene's lies in. */
+    struct Target {
+        const ImageMemory& memory;
+        coregraphics::PixelRect area;
+    };
     struct Composed {
         Outcome outcome = Outcome::failed;
-        std::vector<coregraphics::PixelBuffer> parts = {};  // if done, in the scene's order
+        bool isTouched = true;  // unless it is done: the scene's parts may show anything
     };
 
     WindowComposer(Connection& connection, ImageTransport& transport, KnownWindows& windows)
@@ -67,8 +75,9 @@ class WindowComposer {
     /* The pictures that follow are parts of one of the given windows, until the next call. */
     void beginPicture(const std::vector<TopLevel>& chosen) { contents_.beginPicture(chosen); }
 
-    /* Draws the parts of a scene. Takes notices in before and after. */
-    Composed compose(const Scene& scene);
+    /* Draws the parts of a scene on an image that nobody sees. Takes notices in before and after.
+     */
+    Composed compose(const Scene& scene, const Target& target);
 
     /* Where a window was drawn to since its content was used for the picture, or was told too late
      * before that, on the root window. */
@@ -82,17 +91,22 @@ class WindowComposer {
     struct Layer;
 
     std::optional<std::list<Layer>> layersOf(const Scene& scene);
-    void beginCanvas(const Scene& scene);
-    bool draw(const Scene& scene, std::list<Layer>& layers);
+    void askShapes(const std::vector<TopLevel>& tops);
+    Composed composeApart(const Scene& scene, std::list<Layer>& layers, const Target& target);
+    void begin(Canvas& canvas, const Scene& scene, const std::list<Layer>& layers,
+               const coregraphics::PixelRect& area);
+    bool draw(Canvas& canvas, const Scene& scene, std::list<Layer>& layers);
     bool read(const Scene& scene, std::vector<coregraphics::PixelBuffer>& parts);
-    Outcome outcomeOf(const Scene& scene, std::list<Layer>& layers);
+    Composed outcomeOf(const Scene& scene, std::list<Layer>& layers);
 
     Connection& connection_;
     ImageTransport& transport_;
     KnownWindows& windows_;
     ContentWatches contents_;
     std::optional<RootBackground> background_;  // null where a compositing manager runs
-    std::optional<Canvas> canvas_;              // kept from picture to picture
+    std::optional<Canvas> canvas_;              // kept, where the server cannot draw on images
+    std::map<xcb_window_t, WindowShape> shapes_;
+    unsigned shapesAreOf_ = 0;  // changes that had been told of
 };
 
 }  // namespace qor::x11

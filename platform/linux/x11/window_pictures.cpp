@@ -1,6 +1,7 @@
 #include "x11/window_pictures.h"
 
 #include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <set>
 #include <utility>
@@ -190,24 +191,28 @@ Outcome WindowPictures::makeDesktop(const WindowStack& stack, bool mayPatch,
 
 Outcome WindowPictures::compose(Scene scene, Last& picture) {
     screen_.forget();
-    composer_.beginPicture(scene.chosen);
-    PixelBuffer image;
-    if (!scene.area.empty()) {
-        scene.parts = {scene.area};
-        auto composed = composer_.compose(scene);
-        if (composed.outcome != Outcome::done)
-            return composed.outcome;
-        image = std::move(composed.parts.front());
-    }
     const PixelRect& area = picture.subject.area;
-    if (scene.area != area) {
-        const PixelBuffer part = std::exchange(image, zeroImage(area.width, area.height));
-        if (!scene.area.empty())
-            put(part, scene.area, area, image);
-    }
-    picture.image = createImage(image);
+    const auto memory = lend(area, scene.area == area);
+    if (!memory)
+        return Outcome::failed;
+    picture.image = createImage(memory->pixels);
     picture.end = Clock::now() + kLongestTrust;
-    return Outcome::done;
+    composer_.beginPicture(scene.chosen);
+    if (scene.area.empty())
+        return Outcome::done;
+    scene.parts = {scene.area};
+    return composer_.compose(scene, {*memory, area}).outcome;
+}
+
+/* Memory that is zero unless all of it will be drawn on; null if the server does not answer. */
+std::optional<ImageMemory> WindowPictures::lend(const PixelRect& area, bool isAllDrawn) {
+    ImageMemory memory = transport_.lend(area.width, area.height);
+    const PixelBuffer& pixels = memory.pixels;
+    if (pixels.bytes == nullptr)
+        return std::nullopt;
+    if (!isAllDrawn)
+        std::memset(pixels.bytes.get(), 0, pixels.bytesPerRow * pixels.height);
+    return memory;
 }
 
 Outcome WindowPictures::patch(Scene scene, const std::optional<Last>& before, Last& picture) {
@@ -243,12 +248,7 @@ Outcome WindowPictures::drawPatches(const Scene& scene) {
     composer_.beginPicture(scene.chosen);
     if (scene.parts.empty())
         return Outcome::done;
-    const auto composed = composer_.compose(scene);
-    if (composed.outcome != Outcome::done)
-        return composed.outcome;
-    for (std::size_t i = 0; i < scene.parts.size(); ++i)
-        put(composed.parts[i], scene.parts[i], screen_.area(), screen_.pixels());
-    return Outcome::done;
+    return composer_.compose(scene, {screen_.memory(), screen_.area()}).outcome;
 }
 
 ImageReference WindowPictures::aloneIn(const PixelRect& area, std::uint32_t number) {
@@ -278,45 +278,45 @@ ImageReference WindowPictures::aloneIn(const PixelRect& area, std::uint32_t numb
 
 Outcome WindowPictures::makeAlone(Scene scene, const std::optional<Last>& before, Last& picture) {
     const TopLevel& top = scene.chosen.front();
-    const PixelRect& area = picture.subject.area;
-    scene.area = intersection(area, top.box);
-    picture.end = Clock::now() + kLongestTrust;
+    scene.area = intersection(picture.subject.area, top.box);
     const bool isUpdate = before && before->subject == picture.subject &&
                           before->changes == picture.changes && windows_.tellsOfAllChanges() &&
                           Clock::now() < before->end && isHeldOnce(lastAlone_->image);
-    const PixelRect part = isUpdate ? intersection(composer_.drawnIn(top), scene.area) : scene.area;
-    WindowComposer::Composed composed{Outcome::done};
-    if (!part.empty()) {
-        scene.parts = {part};
-        composer_.beginPicture(scene.chosen);
-        composed = composer_.compose(scene);
-    }
-    if (composed.outcome != Outcome::done)
-        return composed.outcome;
-    if (isUpdate) {
-        picture.end = before->end;
-        // Told too late for this part.
-        if (around(part, intersection(composer_.missedIn(top), scene.area)) != part)
-            return Outcome::changed;
-    } else {
-        beginAlone(picture.subject, scene.area);
-    }
-    if (!part.empty())
-        put(composed.parts.front(), part, area, lastAlone_->pixels);
-    return Outcome::done;
+    if (isUpdate)
+        return updateAlone(std::move(scene), *before, picture);
+    const PixelRect& area = picture.subject.area;
+    const auto memory = lend(area, false);
+    if (!memory)
+        return Outcome::failed;
+    LastAlone made{picture.subject.numbers.front(), area, *memory, createImage(memory->pixels)};
+    composer_.beginPicture(scene.chosen);
+    picture.end = Clock::now() + kLongestTrust;
+    scene.parts = {scene.area};
+    const Outcome outcome =
+        scene.area.empty() ? Outcome::done : composer_.compose(scene, {*memory, area}).outcome;
+    // Until there is another one the last picture stays, for when the window has gone.
+    if (outcome == Outcome::done)
+        lastAlone_ = std::move(made);
+    return outcome;
 }
 
-/* An image that is zero but for a part, which may hold anything. */
-void WindowPictures::beginAlone(const Subject& subject, const PixelRect& part) {
-    const std::uint32_t number = subject.numbers.front();
-    const bool isSame = lastAlone_ && lastAlone_->number == number &&
-                        lastAlone_->area == subject.area && lastAlone_->part == part;
-    if (isSame && isHeldOnce(lastAlone_->image))
-        return;
-    lastAlone_.reset();
-    PixelBuffer pixels = zeroImage(subject.area.width, subject.area.height);
-    ImageReference image = createImage(pixels);
-    lastAlone_ = LastAlone{number, subject.area, part, std::move(pixels), std::move(image)};
+/* Draws what was drawn in the window since, where that is as it was. */
+Outcome WindowPictures::updateAlone(Scene scene, const Last& before, Last& picture) {
+    const TopLevel top = scene.chosen.front();
+    const PixelRect part = intersection(composer_.drawnIn(top), scene.area);
+    picture.end = before.end;
+    if (part.empty())
+        return Outcome::done;
+    scene.parts = {part};
+    composer_.beginPicture(scene.chosen);
+    const auto composed = composer_.compose(scene, {lastAlone_->memory, picture.subject.area});
+    if (composed.outcome != Outcome::done) {
+        if (composed.isTouched)
+            lastAlone_.reset();
+        return composed.outcome;
+    }
+    const PixelRect missed = intersection(composer_.missedIn(top), scene.area);
+    return around(part, missed) == part ? Outcome::done : Outcome::changed;
 }
 
 ImageReference WindowPictures::lastAloneOf(const PixelRect& area, std::uint32_t number) {

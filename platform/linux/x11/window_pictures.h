@@ -19,6 +19,7 @@
 #include "coregraphics/image.h"
 #include "coregraphics/pixel_buffer.h"
 #include "x11/connection.h"
+#include "x11/image_memory.h"
 #include "x11/image_transport.h"
 #include "x11/known_windows.h"
 #include "x11/screen_content.h"
@@ -30,6 +31,7 @@ class WindowPictures {
   public:
     WindowPictures(Connection& connection, ImageTransport& transport, ScreenReader& reader)
         : connection_(connection),
+          transport_(transport),
           screen_(connection, reader),
           windows_(connection),
           composer_(connection, transport, windows_) {}
@@ -78,8 +80,7 @@ class WindowPictures {
     struct LastAlone {
         std::uint32_t number = 0;
         PixelRect area;
-        PixelRect part;  // of the area, that the window has in it
-        coregraphics::PixelBuffer pixels;
+        ImageMemory memory;
         coregraphics::ImageReference image;
     };
 
@@ -94,10 +95,12 @@ class WindowPictures {
     Outcome patch(Scene scene, const std::optional<Last>& before, Last& picture);
     Outcome drawPatches(const Scene& scene);
     Outcome makeAlone(Scene scene, const std::optional<Last>& before, Last& picture);
-    void beginAlone(const Subject& subject, const PixelRect& part);
+    Outcome updateAlone(Scene scene, const Last& before, Last& picture);
+    std::optional<ImageMemory> lend(const PixelRect& area, bool isAllDrawn);
     coregraphics::ImageReference lastAloneOf(const PixelRect& area, std::uint32_t number);
 
     Connection& connection_;
+    ImageTransport& transport_;
     ScreenContent screen_;  // with patches
     KnownWindows windows_;
     WindowComposer composer_;
