@@ -1,10 +1,11 @@
 /*
  * Drawing windows one over the other, each with its own content, whatever covers it.
  *
- * The contents are drawn on a canvas in the server (RENDER), which is then read like the screen. No
- * picture shows a pixel of a window that was not chosen. What makes that hold: only contents of
- * chosen windows are drawn; what other windows may have left in them is wiped out first; and the
- * server's notices that came while the picture was made tell whether anything changed that.
+ * The contents are drawn (RENDER) on the image itself where the server shares its memory, else on a
+ * canvas in the server, which is then read like the screen. No picture shows a pixel of a window
+ * that was not chosen. What makes that hold: only contents of chosen windows are drawn; what other
+ * windows may have left in them is wiped out first; and the server's notices that came while the
+ * picture was made tell whether anything changed that.
  */
 #pragma once
 
