@@ -130,6 +130,7 @@ const Setting kSettings[]{
     {"ScreenInReplies", 202, Picture::screen, kInReplies},
     {"ScreenOf16Bits", 203, Picture::screen, {}, "480x320x16"},
     {"ScreenOfAPalette", 204, Picture::screen, {"-cc", "3"}, "480x320x8"},
+    {"ScreenWithoutRender", 210, Picture::screen, {"-extension", "RENDER"}},
     {"ScreenWithoutDamage", 205, Picture::screen, {"-extension", "DAMAGE"}},
     {"WithoutAWindow", 206, Picture::withoutAWindow},
     {"WithoutAWindowInReplies", 207, Picture::withoutAWindow, kInReplies},

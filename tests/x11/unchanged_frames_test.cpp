@@ -135,6 +135,7 @@ TEST_P(UnchangedFramesTest, NextImageAfterAnyChangeIsAFreshOne) {
 
 using Arguments = std::vector<std::string>;
 const Arguments kNoDamage{"-extension", "DAMAGE"};
+const Arguments kNoRender{"-extension", "RENDER"};
 const Arguments kNoSharedMemory{"-extension", "MIT-SHM"};
 
 // Not with windows left out of 16 bits: what is read from the screen and what is drawn are a level
@@ -144,6 +145,8 @@ const Setting kSettings[]{
     {"ScreenPastTheEdges", 102, 200, Picture::screenPastTheEdges},
     {"ScreenInReplies", 103, 200, Picture::screen, kScreen, kNoSharedMemory},
     {"ScreenWithoutDamage", 104, 200, Picture::screen, kScreen, kNoDamage},
+    {"ScreenWithoutRender", 105, 200, Picture::screen, kScreen, kNoRender},
+    {"PastTheEdgesWithoutRender", 114, 100, Picture::screenPastTheEdges, kScreen, kNoRender},
     {"ScreenOf16Bits", 106, 200, Picture::screenPastTheEdges, "480x320x16"},
     {"ScreenOf16BitsInReplies", 107, 100, Picture::screen, "480x320x16", kNoSharedMemory},
     {"ScreenOf30Bits", 108, 100, Picture::screen, "480x320x30"},
