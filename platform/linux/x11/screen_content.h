@@ -42,11 +42,14 @@ class ScreenContent {
     std::optional<coregraphics::PixelRect> update(const coregraphics::PixelRect& area,
                                                   const Parts& covered = {});
 
-    /* The image, to be handed out; and its memory, for who covers parts of it, until it is. Only
-     * after a successful update(). */
+    /* The image, to be handed out; and its memory, for who covers parts of it while it is free.
+     * Only after a successful update(). */
     coregraphics::ImageReference image() const { return coregraphics::share(last_->image); }
     const ImageMemory& memory() const { return last_->frame.memory; }
     const coregraphics::PixelRect& area() const { return last_->frame.area; }
+
+    /* Whether nobody holds the image, or any part of it. */
+    bool isFree() const { return !last_ || coregraphics::isHeldOnce(last_->image); }
 
     /* Forgets the image, so that all of the next one is read anew. */
     void forget() noexcept { last_.reset(); }

@@ -224,16 +224,16 @@ Outcome WindowPictures::patch(Scene scene, const std::optional<Last>& before, La
         return compose(std::move(scene), picture);
     const bool isPatched =
         before && before->subject == picture.subject && before->patches == scene.parts;
-    if (!isPatched)
+    const bool arePatchesKept = isPatched && isUnchanged(*before);
+    // Patches are not drawn on an image that somebody holds, which it may be if nothing is read.
+    if (!isPatched || (!arePatchesKept && !screen_.isFree()))
         screen_.forget();
     const auto read = screen_.update(picture.subject.area, scene.parts);
     if (!read)
         return Outcome::failed;
-    const bool arePatchesLeft = isPatched && isUnchanged(*before) &&
-                                std::ranges::all_of(scene.parts, [&read](const PixelRect& part) {
-                                    return intersection(part, *read).empty();
-                                });
-    const Outcome outcome = arePatchesLeft ? Outcome::done : drawPatches(scene);
+    const bool areOverwritten = std::ranges::any_of(
+        scene.parts, [&read](const PixelRect& part) { return !intersection(part, *read).empty(); });
+    const Outcome outcome = arePatchesKept && !areOverwritten ? Outcome::done : drawPatches(scene);
     // What changed before the screen was read has been told by now.
     takeNotices();
     if (outcome == Outcome::done && windows_.changes() == picture.changes) {
