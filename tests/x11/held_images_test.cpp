@@ -123,6 +123,31 @@ TEST_P(HeldImagesTest, AnyStaysAsItWasUntilAnotherThreadReleasesIt) {
     EXPECT_GT(read, kImages / 2);
 }
 
+/* The screen does not change then, only what is beneath the window. */
+TEST(HeldPictureTest, StaysAsItWasWhenWhatIsCoveredByALeftOutWindowChanges) {
+    constexpr Area kPlace{50, 60, 100, 80};
+    const XvfbServer server("320x200x24");
+    useDisplay(server.display());
+    onlyDisplay();  // leaves an earlier test's connection
+    const WindowClient client(server.display());
+    const xcb_window_t beneath = client.open({.area = kPlace, .color = {30, 180, 40}});
+    const xcb_window_t cover = client.open({.area = kPlace, .color = {200, 10, 20}});
+    client.sync();
+    const auto take = [&] {
+        Windows windows = windowsOnScreen();
+        std::erase(windows, cover);
+        return imageOfWindows({0, 0, 320, 200}, windows);
+    };
+    for (std::uint8_t shade = 1; shade < 20; ++shade) {
+        const Image held = take();
+        const Bytes before = bytesOf(held.get());
+        client.fill(beneath, {0, 0, 100, 80}, {shade, 0, 0});
+        client.sync();
+        EXPECT_EQ(colorAt(take(), 60, 70), (Color{shade, 0, 0}));
+        EXPECT_EQ(bytesOf(held.get()), before);
+    }
+}
+
 const std::vector<std::string> kInReplies{"-extension", "MIT-SHM"};
 
 const Setting kSettings[]{
