@@ -49,7 +49,11 @@ std::string differenceOf(const Image& image, const Image& other) {
 }
 
 SteadyImages::SteadyImages(TakeImage take)
-    : take_(std::move(take)), thread_([this](const std::stop_token& stop) { run(stop); }) {}
+    : take_(std::move(take)), thread_([this](const std::stop_token& stop) { run(stop); }) {
+    // The thread connects with the first image, and the test may connect too afterwards: looking up
+    // credentials goes through a static buffer.
+    next();
+}
 
 SteadyImages::~SteadyImages() = default;
 
