@@ -118,6 +118,8 @@ std::vector<Timing> timeCase(const Case& plan, FramePair& pair, bool thenRead, i
     std::vector<Contender> contenders;
     for (const Way& way : kWays) {
         contenders.push_back({way.name, rounds, [&, thenRead](benchmark::State& state) {
+                                  // The first block after a pause is another case.
+                                  copyFrame(way.copy, plan.padded, pair);
                                   repeat(state, [&] {
                                       copyFrame(way.copy, plan.padded, pair);
                                       benchmark::ClobberMemory();
