@@ -57,7 +57,7 @@ class WindowComposer {
     };
     struct Composed {
         Outcome outcome = Outcome::failed;
-        bool isTouched = true;  // unless it is done: the scene's parts may show anything
+        bool isTouched = true;  // if it is not done: the scene's parts may show anything
     };
 
     WindowComposer(Connection& connection, ImageTransport& transport, KnownWindows& windows)

@@ -309,12 +309,13 @@ Outcome WindowPictures::updateAlone(Scene scene, const Last& before, Last& pictu
         return Outcome::done;
     scene.parts = {part};
     composer_.beginPicture(scene.chosen);
-    const auto composed = composer_.compose(scene, {lastAlone_->memory, picture.subject.area});
-    if (composed.outcome != Outcome::done) {
-        if (composed.isTouched)
-            lastAlone_.reset();
+    // What is drawn may be another window's until it is known to be right.
+    LastAlone alone = std::move(*std::exchange(lastAlone_, std::nullopt));
+    const auto composed = composer_.compose(scene, {alone.memory, picture.subject.area});
+    if (composed.outcome == Outcome::done || !composed.isTouched)
+        lastAlone_ = std::move(alone);
+    if (composed.outcome != Outcome::done)
         return composed.outcome;
-    }
     const PixelRect missed = intersection(composer_.missedIn(top), scene.area);
     return around(part, missed) == part ? Outcome::done : Outcome::changed;
 }
