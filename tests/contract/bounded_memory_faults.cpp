@@ -174,6 +174,26 @@ void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     }
 }
 
+// Large frames are aligned.
+void* operator new[](size_t size, std::align_val_t alignment, const std::nothrow_t& tag) noexcept {
+    static const auto next =
+        nextDefinition<void* (*)(size_t, std::align_val_t, const std::nothrow_t&)>(
+            "_ZnamSt11align_val_tRKSt9nothrow_t");
+    if (allocationFails(size)) {
+        return nullptr;
+    }
+    void* const block = next(size, alignment, tag);
+    keepIfWatched(size, block);
+    return block;
+}
+
+void operator delete[](void* block, std::align_val_t alignment) noexcept {
+    static const auto next =
+        nextDefinition<void (*)(void*, std::align_val_t)>("_ZdaPvSt11align_val_t");
+    countIfKept(block);
+    next(block, alignment);
+}
+
 void operator delete[](void* block) noexcept {
     static const auto next = nextDefinition<void (*)(void*)>("_ZdaPv");
     countIfKept(block);

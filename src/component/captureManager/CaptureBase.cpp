@@ -12,7 +12,7 @@
 #include <new>
 
 #include "FrameCheck.h"
-#include "LargePages.h"
+#include "FrameMemory.h"
 #include "Monitor.h"
 #include "Trace.h"
 #include "kxcommon64.h"
@@ -443,12 +443,11 @@ void CCaptureBase::AllocBuffer(unsigned int dwSize) {
     if (m_lpBuffer != nullptr) {
         return;
     }
-    m_lpBuffer = new (std::nothrow) unsigned char[dwSize];
+    m_lpBuffer = AllocateFrame(dwSize);
     if (m_lpBuffer == nullptr) {
         AbandonBuffers();
         return;
     }
-    PreferLargePages(m_lpBuffer, dwSize);
     TRACE_INFO("CCaptureBase::AllocBuffer [Mem] m_lpBuffer dwSize = ", dwSize,
                ", m_lpBuffer =", static_cast<const void*>(m_lpBuffer));
     m_nbufSize = dwSize;
@@ -458,7 +457,7 @@ void CCaptureBase::AllocBuffer(unsigned int dwSize) {
 }
 
 void CCaptureBase::AllocAppBuffer(unsigned int dwSize) {
-    m_lpAppBuffer = new (std::nothrow) unsigned char[dwSize];
+    m_lpAppBuffer = AllocateFrame(dwSize);
     if (m_lpAppBuffer == nullptr) {
         AbandonBuffers();
         return;
@@ -480,14 +479,14 @@ void CCaptureBase::DeallocBuffer() {
         TRACE_INFO("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: ",
                    static_cast<const void*>(m_lpBuffer));
         const SectionLock lock(m_csBuffer);
-        delete[] m_lpBuffer;
+        FreeFrame(m_lpBuffer, m_nbufSize);
         m_lpBuffer = nullptr;
     }
     if (m_lpAppBuffer != nullptr) {
         TRACE_INFO("CCaptureBase::DeallocBuffer[Mem], m_lpAppBuffer: ",
                    static_cast<const void*>(m_lpAppBuffer));
         const SectionLock lock(m_csAppBuffer);
-        delete[] m_lpAppBuffer;
+        FreeFrame(m_lpAppBuffer, m_nbufSize);
         m_lpAppBuffer = nullptr;
     }
     m_nbufSize = 0;
