@@ -1,4 +1,5 @@
 /* The ways in which images come from the server, and that each gives the same. */
+#include <cstdint>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -195,6 +196,27 @@ TEST(SegmentReuseTest, SegmentsThatBecameTooSmallAreFreed) {
     for (const double height : {10.0, 50.0, 100.0, 200.0})
         EXPECT_NE(imageOf(0, 0, 320, height), nullptr);
     EXPECT_EQ(ProcessResources::now().imageMappings, before + 1);
+}
+
+/* So that the system can put it into large pages. */
+TEST(LargeImageTest, BeginsWhereALargePageMay) {
+    constexpr std::uintptr_t kLargePage = 2U << 20;
+    const XvfbServer server("1100x600x24");
+    useDisplay(server.display());
+    Painter painter(server.display());
+    painter.fill({1099, 599, 1, 1}, {250, 128, 7});
+    painter.sync();
+    const ProcessResources before = ProcessResources::now();
+    std::thread([] {
+        const Image image = imageOf(0, 0, 1100, 600);
+        ASSERT_NE(image, nullptr);
+        const Data data = dataOf(image.get());
+        const auto address = reinterpret_cast<std::uintptr_t>(CFDataGetBytePtr(data.get()));
+        EXPECT_EQ(address % kLargePage, 0U);
+        EXPECT_EQ(pixelAt(image.get(), 1099, 599).color(), (Color{250, 128, 7}));
+    }).join();
+    EXPECT_TRUE(eventually([&] { return ProcessResources::now() == before; }))
+        << testing::PrintToString(ProcessResources::now());
 }
 
 TEST(TraceTest, IsSilentUnlessAskedFor) {
