@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "kxcommon64.h"
+#include "streaming.h"
 
 #if defined(__x86_64__)
 #include <emmintrin.h>
@@ -13,16 +13,6 @@
 namespace {
 
 #if defined(__x86_64__)
-
-// From here on a block leaves no room in the last-level cache for what the machine does next, and
-// writing around the caches is cheaper, its reader's misses counted in (see bench/results).
-constexpr size_t kStreamedBytes = size_t{16} << 20;
-
-// Large blocks are frames, and between one and the next the machine does other things, so that
-// neither is in the caches any more: then writing around them is cheaper from here on. After a
-// pause that is shorter they may be.
-constexpr size_t kStreamedAfterPauseBytes = size_t{1} << 20;
-constexpr std::chrono::milliseconds kPause{4};
 
 constexpr size_t kLine = 64;
 // The processor's own prefetching stops at the end of a page; this reaches well past it. Beyond the
@@ -48,24 +38,12 @@ void streamCopy(unsigned char* dst, const unsigned char* src, size_t count) {
         _mm_prefetch(reinterpret_cast<const char*>(ahead), _MM_HINT_NTA);
         streamLine(dst + at, src + at);
     }
-    _mm_sfence();  // streamed stores are not ordered with those of a lock that is let go
+    qor::scaling::endStreaming();
     std::memcpy(dst + at, src + at, count - at);
 }
 
-/* Whether this thread has copied no large block for a while, apart from the one that is next. */
-bool isAfterPause() {
-    using Clock = std::chrono::steady_clock;
-    thread_local Clock::time_point last{};
-    const auto now = Clock::now();
-    const bool isPause = now - last >= kPause;
-    last = now;
-    return isPause;
-}
-
 void copyLarge(unsigned char* dst, const unsigned char* src, size_t count) {
-    const bool isStreamed =
-        count >= kStreamedBytes || (count >= kStreamedAfterPauseBytes && isAfterPause());
-    if (isStreamed) {
+    if (qor::scaling::belongsAroundCaches(count)) {
         streamCopy(dst, src, count);
     } else {
         std::memcpy(dst, src, count);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -10,6 +11,7 @@
 #include "means.h"
 #include "reference.h"
 #include "scaling.h"
+#include "streaming.h"
 #include "taps.h"
 
 namespace qor::scaling {
@@ -37,7 +39,7 @@ int16_t pairOf(int first, int second) {
 class Interpolation {
   public:
     Interpolation(const RowKernels& kernels, const unsigned char* source, Size sourceSize,
-                  unsigned char* target, Size targetSize, int bytesPerPixel)
+                  unsigned char* target, Size targetSize, int bytesPerPixel, Stores stores)
         : kernels_(kernels),
           source_(source),
           sourceSize_(sourceSize),
@@ -45,7 +47,8 @@ class Interpolation {
           target_(target),
           targetSize_(targetSize),
           targetPitch_(static_cast<size_t>(targetSize.width) * static_cast<size_t>(bytesPerPixel)),
-          bytesPerPixel_(bytesPerPixel) {}
+          bytesPerPixel_(bytesPerPixel),
+          stores_(stores) {}
 
     void run() const {
         const bool hasRowKernels = makesRows(kernels_, targetPitch_);
@@ -61,6 +64,11 @@ class Interpolation {
     }
 
   private:
+    Stores bandStores() const {
+        const bool isWholeLines = reinterpret_cast<uintptr_t>(target_) % kLineBytes == 0 &&
+                                  targetPitch_ % kLineBytes == 0;
+        return kernels_.streamBands && isWholeLines ? stores_ : Stores::cached;
+    }
     size_t rowCount() const { return static_cast<size_t>(targetSize_.height); }
     const unsigned char* sourceRow(int32_t row) const {
         return source_ + static_cast<size_t>(row) * sourcePitch_;
@@ -112,6 +120,9 @@ class Interpolation {
         const auto scale = plan.isCoarse() ? plan.kernel()->scaleCoarse : plan.kernel()->scale;
         const ColumnTables tables = plan.tables();
         forEachBand([&](const RowBand& band) { scale(band, tables); });
+        if (bandStores() == Stores::streamed) {
+            endStreaming();
+        }
     }
 
     void filterAsDefined(const ColumnPlan& plan) const {
@@ -131,7 +142,7 @@ class Interpolation {
             for (size_t i = 0; i < count; ++i) {
                 rows[i] = bandRow(rowTap(y + i));
             }
-            use(RowBand{rows.data(), count, targetRow(y), targetPitch_});
+            use(RowBand{rows.data(), count, targetRow(y), targetPitch_, bandStores()});
         }
     }
 
@@ -161,12 +172,14 @@ class Interpolation {
     Size targetSize_;
     size_t targetPitch_;
     int bytesPerPixel_;
+    Stores stores_;
 };
 
 }  // namespace
 
 void interpolate(const RowKernels& kernels, const unsigned char* src, int srcWidth, int srcHeight,
-                 unsigned char* dst, int dstWidth, int dstHeight, int bytesPerPixel) {
+                 unsigned char* dst, int dstWidth, int dstHeight, int bytesPerPixel,
+                 Stores stores) {
     const Size source{srcWidth, srcHeight};
     const Size target{dstWidth, dstHeight};
     const bool isPixel = bytesPerPixel == 1 || bytesPerPixel == 3 || bytesPerPixel == 4;
@@ -174,7 +187,7 @@ void interpolate(const RowKernels& kernels, const unsigned char* src, int srcWid
         !isInMemory(target, bytesPerPixel)) {
         return;
     }
-    Interpolation(kernels, src, source, dst, target, bytesPerPixel).run();
+    Interpolation(kernels, src, source, dst, target, bytesPerPixel, stores).run();
 }
 
 }  // namespace qor::scaling

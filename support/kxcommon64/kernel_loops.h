@@ -11,6 +11,7 @@
 //   weigh             pairs of bytes to samples: the weighted sum of each, the fine part optional
 //   mix               near + (near - far) * factor / 2^16, rounded down
 //   store             two registers of samples, rounded, to kBlock target bytes
+//   stream            the same around the caches, if kStreams: a strip is whole lines of them
 //   storeBlend        the same for samples of interleaved bytes
 //   halve, mean       one block of halveRows and of meanRows
 // and for each way to read a row a class `Windows` with its shape and
@@ -69,6 +70,23 @@ class Strip {
     }
 
     void scale(const RowBand& band) const {
+        if constexpr (Set::kStreams && Blocks * Set::kBlock % kLineBytes == 0) {
+            if (band.stores == Stores::streamed) {
+                return scaleRows<Stores::streamed>(band);
+            }
+        }
+        scaleRows<Stores::cached>(band);
+    }
+
+  private:
+    static constexpr size_t kRegisters = 2 * Blocks;
+    using Filter = ColumnFilter<Set, Windows>;
+    struct Row {
+        typename Set::Samples samples[kRegisters];
+    };
+
+    template <Stores How>
+    void scaleRows(const RowBand& band) const {
         Row upper = {};
         Row lower = {};
         const unsigned char* upperSource = nullptr;
@@ -81,7 +99,7 @@ class Strip {
                 upperSource = row->upper;
             }
             if (row->weight == 0) {
-                store(target, upper);
+                store<How>(target, upper);
                 continue;
             }
             if (row->lower != lowerSource) {
@@ -89,18 +107,11 @@ class Strip {
                 lowerSource = row->lower;
             }
             // From the nearer row, as a signed factor of 16 bits holds one half at most.
-            store(target, row->weight <= kWeightOne / 2
-                              ? mixed(upper, lower, row->weight)
-                              : mixed(lower, upper, kWeightOne - row->weight));
+            store<How>(target, row->weight <= kWeightOne / 2
+                                   ? mixed(upper, lower, row->weight)
+                                   : mixed(lower, upper, kWeightOne - row->weight));
         }
     }
-
-  private:
-    static constexpr size_t kRegisters = 2 * Blocks;
-    using Filter = ColumnFilter<Set, Windows>;
-    struct Row {
-        typename Set::Samples samples[kRegisters];
-    };
 
     Row filtered(const unsigned char* source) const {
         Row row;
@@ -119,9 +130,16 @@ class Strip {
         return row;
     }
 
+    template <Stores How>
     void store(unsigned char* target, const Row& row) const {
         for (size_t i = 0; i < Blocks; ++i) {
-            Set::store(target + targets_[i], row.samples[2 * i], row.samples[2 * i + 1]);
+            const auto& low = row.samples[2 * i];
+            const auto& high = row.samples[2 * i + 1];
+            if constexpr (How == Stores::streamed) {
+                Set::stream(target + targets_[i], low, high);
+            } else {
+                Set::store(target + targets_[i], low, high);
+            }
         }
     }
 

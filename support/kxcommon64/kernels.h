@@ -64,6 +64,13 @@ struct BandRow {
     int16_t finePair;
 };
 
+// How target rows are written.
+enum class Stores : bool {
+    cached,
+    streamed,  // around the caches, whole lines of them: rows begin and end with one
+};
+inline constexpr size_t kLineBytes = 64;
+
 // Some target rows to be made together, so that a block's tables stay in registers and a filtered
 // source row serves two target rows.
 struct RowBand {
@@ -71,6 +78,7 @@ struct RowBand {
     size_t rowCount;
     unsigned char* target;  // the first row
     size_t targetPitch;     // bytes
+    Stores stores;
 };
 
 // Some target rows made of the means of 2 x 2 pixels of 4 bytes, halves rounded up.
@@ -95,6 +103,7 @@ struct RowKernels {
     // Best first; the first whose shape fits is taken, and the reference where none does.
     const BandKernel* const* bands;
     size_t bandCount;
+    bool streamBands;  // these may be asked for streamed stores
     // The bytes of a target row that those below take at least; the reference does shorter ones.
     size_t leastBytes;
     void (*blendRows)(const RowBand& band, size_t bytes);   // without any change in width

@@ -51,6 +51,7 @@ struct Sparse {
 
 struct Avx2 {
     static constexpr size_t kBlock = 32;
+    static constexpr bool kStreams = true;
     static constexpr size_t kStripBlocks = 2;
     using Bytes = __m256i;
     using Samples = __m256i;
@@ -92,6 +93,10 @@ struct Avx2 {
     static void store(unsigned char* target, __m256i low, __m256i high) {
         save(target, packed(low, high, kFractionBits));
     }
+    static void stream(unsigned char* target, __m256i low, __m256i high) {
+        _mm256_stream_si256(static_cast<__m256i*>(static_cast<void*>(target)),
+                            packed(low, high, kFractionBits));
+    }
     static void storeBlend(unsigned char* target, __m256i low, __m256i high) {
         store(target, low, high);
     }
@@ -129,8 +134,9 @@ constexpr const BandKernel* kBands[] = {&kAvx2Dense, &kAvx2Sparse};
 
 constinit const BandKernel kAvx2Dense = bandKernel<Avx2, Dense>();
 constinit const BandKernel kAvx2Sparse = bandKernel<Avx2, Sparse>();
-constinit const RowKernels kAvx2Kernels = {
-    "avx2", kBands, 2, Avx2::kBlock, blendRows<Avx2>, halveRows<Avx2>, meanRowsOfAvx2};
+constinit const RowKernels kAvx2Kernels = {"avx2",          kBands,        2,
+                                           Avx2::kStreams,  Avx2::kBlock,  blendRows<Avx2>,
+                                           halveRows<Avx2>, meanRowsOfAvx2};
 
 void meanRowsOfAvx2(const MeanBand& band, size_t bytes) {
     meanRows<Avx2>(band, bytes);

@@ -33,6 +33,7 @@ struct Wide {
 
 struct Avx512 {
     static constexpr size_t kBlock = 64;
+    static constexpr bool kStreams = true;
     static constexpr size_t kStripBlocks = 2;
     using Bytes = __m512i;
     using Samples = __m512i;
@@ -66,15 +67,20 @@ struct Avx512 {
     }
 
     // One permutation takes the bytes out of both registers in order.
-    static void store(unsigned char* target, __m512i low, __m512i high) {
+    static __m512i packed(__m512i low, __m512i high) {
         alignas(64) static constexpr unsigned char kLowBytes[64] = {
             0,  2,  4,   6,   8,   10,  12,  14,  16,  18,  20,  22,  24,  26,  28,  30,
             32, 34, 36,  38,  40,  42,  44,  46,  48,  50,  52,  54,  56,  58,  60,  62,
             64, 66, 68,  70,  72,  74,  76,  78,  80,  82,  84,  86,  88,  90,  92,  94,
             96, 98, 100, 102, 104, 106, 108, 110, 112, 114, 116, 118, 120, 122, 124, 126};
-        _mm512_storeu_si512(target,
-                            _mm512_permutex2var_epi8(rounded(low, kFractionBits), load(kLowBytes),
-                                                     rounded(high, kFractionBits)));
+        return _mm512_permutex2var_epi8(rounded(low, kFractionBits), load(kLowBytes),
+                                        rounded(high, kFractionBits));
+    }
+    static void store(unsigned char* target, __m512i low, __m512i high) {
+        _mm512_storeu_si512(target, packed(low, high));
+    }
+    static void stream(unsigned char* target, __m512i low, __m512i high) {
+        _mm512_stream_si512(static_cast<__m512i*>(static_cast<void*>(target)), packed(low, high));
     }
     static void storeBlend(unsigned char* target, __m512i low, __m512i high) {
         _mm512_storeu_si512(
@@ -106,7 +112,8 @@ constexpr const BandKernel* kBands[] = {&kNarrow, &kWide, &kAvx2Dense, &kAvx2Spa
 
 }  // namespace
 
-constinit const RowKernels kAvx512Kernels = {
-    "avx512", kBands, 4, Avx512::kBlock, blendRows<Avx512>, halveRows<Avx512>, meanRowsOfAvx2};
+constinit const RowKernels kAvx512Kernels = {"avx512",          kBands,         4,
+                                             Avx512::kStreams,  Avx512::kBlock, blendRows<Avx512>,
+                                             halveRows<Avx512>, meanRowsOfAvx2};
 
 }  // namespace qor::scaling

@@ -35,6 +35,7 @@ struct Sparse {
 
 struct Neon {
     static constexpr size_t kBlock = 16;
+    static constexpr bool kStreams = false;
     static constexpr size_t kStripBlocks = 2;
     using Bytes = uint8x16_t;
     using Samples = int16x8_t;
@@ -132,7 +133,8 @@ constexpr const BandKernel* kBands[] = {&kDense, &kSparse};
 
 }  // namespace
 
-constinit const RowKernels kNeonKernels = {
-    "neon", kBands, 2, Neon::kBlock, blendRows<Neon>, halveRows<Neon>, meanRows<Neon>};
+constinit const RowKernels kNeonKernels = {"neon",          kBands,        2,
+                                           Neon::kStreams,  Neon::kBlock,  blendRows<Neon>,
+                                           halveRows<Neon>, meanRows<Neon>};
 
 }  // namespace qor::scaling

@@ -2,6 +2,7 @@
 
 namespace qor::scaling {
 
-constinit const RowKernels kScalarKernels = {"scalar", nullptr, 0, 0, nullptr, nullptr, nullptr};
+constinit const RowKernels kScalarKernels = {"scalar", nullptr, 0,       false,
+                                             0,        nullptr, nullptr, nullptr};
 
 }  // namespace qor::scaling

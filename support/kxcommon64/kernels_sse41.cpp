@@ -42,6 +42,7 @@ struct Sparse {
 
 struct Sse41 {
     static constexpr size_t kBlock = 16;
+    static constexpr bool kStreams = false;
     static constexpr size_t kStripBlocks = 2;
     using Bytes = __m128i;
     using Samples = __m128i;
@@ -114,7 +115,8 @@ constexpr const BandKernel* kBands[] = {&kDense, &kSparse};
 
 }  // namespace
 
-constinit const RowKernels kSse41Kernels = {
-    "sse4.1", kBands, 2, Sse41::kBlock, blendRows<Sse41>, halveRows<Sse41>, meanRows<Sse41>};
+constinit const RowKernels kSse41Kernels = {"sse4.1",         kBands,         2,
+                                            Sse41::kStreams,  Sse41::kBlock,  blendRows<Sse41>,
+                                            halveRows<Sse41>, meanRows<Sse41>};
 
 }  // namespace qor::scaling

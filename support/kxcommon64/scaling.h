@@ -5,10 +5,9 @@
 
 #include <span>
 
-namespace qor::scaling {
+#include "kernels.h"
 
-// The inner loops of the scalers for one instruction set. All give the same bytes.
-struct RowKernels;
+namespace qor::scaling {
 
 // Those that this processor runs, from the scalar reference to the fastest. Never empty.
 std::span<const RowKernels* const> usableRowKernels();
@@ -20,9 +19,11 @@ const char* nameOf(const RowKernels& kernels);
 // first call.
 const RowKernels& chosenRowKernels();
 
-// As BilinearInterpolation and RgbDownsampling do.
+// As BilinearInterpolation and RgbDownsampling do. Streamed stores are used where the kernels have
+// them and the target's rows are whole cache lines.
 void interpolate(const RowKernels& kernels, const unsigned char* src, int srcWidth, int srcHeight,
-                 unsigned char* dst, int dstWidth, int dstHeight, int bytesPerPixel);
+                 unsigned char* dst, int dstWidth, int dstHeight, int bytesPerPixel,
+                 Stores stores = Stores::cached);
 void halve(const RowKernels& kernels, unsigned int width, unsigned int height, int pitch,
            const unsigned char* src, unsigned char* dst);
 

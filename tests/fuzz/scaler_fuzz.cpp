@@ -14,6 +14,7 @@ namespace {
 
 using qor::scaling::interpolate;
 using qor::scaling::RowKernels;
+using qor::scaling::Stores;
 using qor::scaling::usableRowKernels;
 
 constexpr int kLong = 2100;
@@ -47,9 +48,9 @@ Scaling takeScaling(FuzzedDataProvider& input) {
 }
 
 void scale(const RowKernels& kernels, const unsigned char* source, unsigned char* target,
-           const Scaling& s) {
+           const Scaling& s, Stores stores) {
     interpolate(kernels, source, s.source.width, s.source.height, target, s.target.width,
-                s.target.height, s.bytesPerPixel);
+                s.target.height, s.bytesPerPixel, stores);
 }
 
 }  // namespace
@@ -63,12 +64,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto target = targetMemory.take(input, scaling.targetBytes());
     fillFrom(input, source);
     Bytes expected(target.size());
-    scale(*usableRowKernels().front(), source.data(), expected.data(), scaling);
+    scale(*usableRowKernels().front(), source.data(), expected.data(), scaling, Stores::cached);
     for (const RowKernels* kernels : usableRowKernels()) {
-        std::ranges::fill(target, static_cast<unsigned char>(0x5A));
-        scale(*kernels, source.data(), target.data(), scaling);
-        if (!std::ranges::equal(target, expected) || !targetMemory.isSurroundingUntouched()) {
-            std::abort();
+        for (const Stores stores : {Stores::cached, Stores::streamed}) {
+            std::ranges::fill(target, static_cast<unsigned char>(0x5A));
+            scale(*kernels, source.data(), target.data(), scaling, stores);
+            if (!std::ranges::equal(target, expected) || !targetMemory.isSurroundingUntouched()) {
+                std::abort();
+            }
         }
     }
     return 0;

@@ -15,12 +15,13 @@ namespace {
 using qor::scaling::interpolate;
 using qor::scaling::nameOf;
 using qor::scaling::RowKernels;
+using qor::scaling::Stores;
 using qor::scaling::usableRowKernels;
 
 void scale(const RowKernels& kernels, const unsigned char* source, unsigned char* target,
-           const Scaling& s) {
+           const Scaling& s, Stores stores = Stores::cached) {
     interpolate(kernels, source, s.source.width, s.source.height, target, s.target.width,
-                s.target.height, s.bytesPerPixel);
+                s.target.height, s.bytesPerPixel, stores);
 }
 
 class RowKernelsTest : public testing::Test {
@@ -37,18 +38,16 @@ class RowKernelsTest : public testing::Test {
         Bytes expected(scaling.targetBytes());
         scale(*usableRowKernels().front(), source.data(), expected.data(), scaling);
         for (const RowKernels* kernels : usableRowKernels()) {
-            const auto target = target_.place(targetPlacement, expected.size());
-            std::ranges::fill(target, kUnwritten);
-            scale(*kernels, source.data(), target.data(), scaling);
-            const auto [wrong, right] = std::ranges::mismatch(target, expected);
-            if (wrong != target.end()) {
-                return testing::AssertionFailure()
-                       << nameOf(*kernels) << " differs at byte " << wrong - target.begin() << ": "
-                       << int{*wrong} << " instead of " << int{*right} << "; " << scaling;
-            }
-            if (!target_.isSurroundingUntouched()) {
-                return testing::AssertionFailure()
-                       << nameOf(*kernels) << " writes outside the target; " << scaling;
+            for (const Stores stores : {Stores::cached, Stores::streamed}) {
+                const auto target = target_.place(targetPlacement, expected.size());
+                std::ranges::fill(target, kUnwritten);
+                scale(*kernels, source.data(), target.data(), scaling, stores);
+                const auto isRight = isAsExpected(target, expected);
+                if (!isRight) {
+                    return testing::AssertionFailure()
+                           << nameOf(*kernels) << (stores == Stores::streamed ? ", streamed," : "")
+                           << " " << isRight.message() << "; " << scaling;
+                }
             }
         }
         return testing::AssertionSuccess();
@@ -66,6 +65,20 @@ class RowKernelsTest : public testing::Test {
   private:
     static constexpr unsigned char kUnwritten = 0x5A;
     static constexpr size_t kPeriod = (size_t{1} << 18) + 3;  // of no row that is compared
+
+    testing::AssertionResult isAsExpected(std::span<const unsigned char> target,
+                                          const Bytes& expected) const {
+        const auto [wrong, right] = std::ranges::mismatch(target, expected);
+        if (wrong != target.end()) {
+            return testing::AssertionFailure()
+                   << "differs at byte " << wrong - target.begin() << ": " << int{*wrong}
+                   << " instead of " << int{*right};
+        }
+        if (!target_.isSurroundingUntouched()) {
+            return testing::AssertionFailure() << "writes outside the target";
+        }
+        return testing::AssertionSuccess();
+    }
 
     // Noise and extremes in turn, begun somewhere else each time.
     void fill(std::span<unsigned char> image) {
