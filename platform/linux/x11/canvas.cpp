@@ -94,7 +94,12 @@ void Canvas::makeOpaque(const std::vector<xcb_rectangle_t>& rectangles) {
 
 void Canvas::draw(const PixelRect& box, const WindowShape& shape, const PictureFormat& format,
                   Laying laying, WindowContent& content) {
-    const auto rectangles = drawnOf(shape.parts);
+    std::vector<PixelRect> onRoot = shape.parts;
+    for (PixelRect& part : onRoot) {
+        part.x += box.x;
+        part.y += box.y;
+    }
+    const auto rectangles = drawnOf(onRoot);
     if (rectangles.empty())
         return;
     clipTo(rectangles);

@@ -32,16 +32,15 @@ class KeptWindows {
     /* The windows, valid until the next call; null if the server does not answer. */
     const WindowStack* list(const ManagerAtoms& manager);
 
-    /* Takes an event in. True if it tells of any change of the list, or of how something in it
-     * looks. */
-    bool note(const xcb_generic_event_t& event) noexcept;
+    /* Takes an event in, and says what it tells of. */
+    Change note(const xcb_generic_event_t& event) noexcept;
 
     /* Whether the list that was given last may not tell rightly any more whose windows they are, or
      * who shows them. */
     bool isMistaken() const { return isMistaken_; }
 
   private:
-    bool takeOver(const xcb_generic_event_t& event) noexcept;
+    std::optional<Change> takeOver(const xcb_generic_event_t& event) noexcept;
 
     Connection& connection_;
     WindowWatch watch_;

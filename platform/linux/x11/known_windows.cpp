@@ -116,9 +116,10 @@ void KnownWindows::takeNotices() {
     hasBegun_ = false;
     ledger_.advanceTo(ResidueLedger::Clock::now());
     for (const auto& event : connection_.takeEvents()) {
-        const bool changesList = windows_.note(*event);
+        const Change change = windows_.note(*event);
         const bool changesScreen = enter(*event, connection_.screen().root, ledger_);
-        changes_ += changesList || changesScreen ? 1U : 0U;
+        changes_ += change != Change::none || changesScreen ? 1U : 0U;
+        looks_ += change > Change::place ? 1U : 0U;
     }
     hasBegun_ = true;
 }

@@ -48,6 +48,9 @@ class KnownWindows {
     /* How often notices have told of a change of the list of windows, or of how they look. */
     unsigned changes() const { return changes_; }
 
+    /* The same for what windows look like, wherever they are. */
+    unsigned looks() const { return looks_; }
+
     /* Whether all such changes are told of. */
     bool tellsOfAllChanges() const { return connection_.link().hasSelectionNotices; }
 
@@ -71,6 +74,7 @@ class KnownWindows {
     bool hasBegun_ = false;
     ResidueLedger ledger_;
     unsigned changes_ = 0;
+    unsigned looks_ = 0;
     bool wasComposited_ = false;
 };
 

@@ -117,12 +117,12 @@ std::optional<std::list<WindowComposer::Layer>> WindowComposer::layersOf(const S
     return connection_.answers() ? std::optional(std::move(layers)) : std::nullopt;
 }
 
-/* They are known until a notice tells of any change, where there are notices. Windows that have
- * gone have none. */
+/* They are known until a notice tells that anything looks otherwise, where there are notices.
+ * Windows that have gone have none. */
 void WindowComposer::askShapes(const std::vector<TopLevel>& tops) {
-    if (!windows_.tellsOfAllChanges() || windows_.changes() != shapesAreOf_)
+    if (!windows_.tellsOfAllChanges() || windows_.looks() != shapesAreOf_)
         shapes_.clear();
-    shapesAreOf_ = windows_.changes();
+    shapesAreOf_ = windows_.looks();
     std::deque<std::pair<xcb_window_t, WindowShapeRequest>> requests;
     for (const TopLevel& top : tops) {
         if (!shapes_.contains(top.window))

@@ -107,7 +107,7 @@ class WindowComposer {
     std::optional<RootBackground> background_;  // null where a compositing manager runs
     std::optional<Canvas> canvas_;              // kept, where the server cannot draw on images
     std::map<xcb_window_t, WindowShape> shapes_;
-    unsigned shapesAreOf_ = 0;  // changes that had been told of
+    unsigned shapesAreOf_ = 0;  // looks that had been told of
 };
 
 }  // namespace qor::x11

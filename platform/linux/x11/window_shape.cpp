@@ -40,7 +40,8 @@ std::optional<WindowShape> WindowShapeRequest::take() {
     // to the frame.
     const auto ownOpacity = opacityIn(ownOpacity_.take().get());
     const auto clientOpacity = opacityIn(clientOpacity_.take().get());
-    WindowShape shape{.parts = {top_.box},
+    const PixelRect box{0, 0, top_.box.width, top_.box.height};
+    WindowShape shape{.parts = {box},
                       .opacity = ownOpacity.value_or(clientOpacity.value_or(0xffff))};
     if (!shape_)
         return shape;
@@ -58,10 +59,9 @@ std::optional<WindowShape> WindowShapeRequest::take() {
         static_cast<std::size_t>(xcb_shape_get_rectangles_rectangles_length(reply.get())));
     for (const xcb_rectangle_t& rectangle : rectangles) {
         // Coordinates count from inside the border, and may reach past the box.
-        const PixelRect part{top_.box.x + top_.border + rectangle.x,
-                             top_.box.y + top_.border + rectangle.y, rectangle.width,
+        const PixelRect part{top_.border + rectangle.x, top_.border + rectangle.y, rectangle.width,
                              rectangle.height};
-        if (const PixelRect seen = intersection(part, top_.box); !seen.empty())
+        if (const PixelRect seen = intersection(part, box); !seen.empty())
             shape.parts.push_back(seen);
     }
     return shape;

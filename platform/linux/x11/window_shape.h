@@ -14,7 +14,7 @@
 namespace qor::x11 {
 
 struct WindowShape {
-    // On the root window; the whole box unless the window has another shape (SHAPE).
+    // From the box's corner; the whole box unless the window has another shape (SHAPE).
     std::vector<coregraphics::PixelRect> parts;
     bool isWhole = true;             // it fills its box
     std::uint16_t opacity = 0xffff;  // 0xffff is all of it

@@ -29,6 +29,7 @@ namespace qor::x11 {
 /* What changed, the later ones being more. */
 enum class Change : std::uint8_t {
     none,
+    place,    // where a window is, or on which one it lies
     look,     // how something in the list looks
     list,     // the list itself
     meaning,  // the list, and maybe whose window it is that is known by a number
