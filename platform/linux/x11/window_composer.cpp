@@ -37,6 +37,11 @@ struct WindowComposer::Layer {
     unsigned generation = 0;  // of the content, as far as notices had come when it was drawn
 };
 
+struct WindowComposer::Layers {
+    std::list<Layer> all;      // the lowest first
+    bool isAllFilled = false;  // by the lowest one, so that what is behind it is not drawn
+};
+
 /* Where the server shows the windows, what is behind them is the root window's background. */
 void WindowComposer::keepBackground(const WindowStack& stack) {
     const PixelRect& root = stack.root;
@@ -70,7 +75,7 @@ WindowComposer::Composed WindowComposer::compose(const Scene& scene, const Targe
 }
 
 /* Where the server cannot draw on the image. */
-WindowComposer::Composed WindowComposer::composeApart(const Scene& scene, std::list<Layer>& layers,
+WindowComposer::Composed WindowComposer::composeApart(const Scene& scene, Layers& layers,
                                                       const Target& target) {
     if (!canvas_ || !canvas_->hasSize(scene.area.width, scene.area.height)) {
         canvas_.reset();
@@ -92,7 +97,7 @@ WindowComposer::Composed WindowComposer::composeApart(const Scene& scene, std::l
 }
 
 /* Null if one of them cannot be drawn, or the server does not answer. */
-std::optional<std::list<WindowComposer::Layer>> WindowComposer::layersOf(const Scene& scene) {
+std::optional<WindowComposer::Layers> WindowComposer::layersOf(const Scene& scene) {
     std::vector<TopLevel> seen;
     std::ranges::copy_if(scene.chosen, std::back_inserter(seen), [&scene](const TopLevel& top) {
         return std::ranges::any_of(scene.parts, [&top](const PixelRect& part) {
@@ -101,7 +106,7 @@ std::optional<std::list<WindowComposer::Layer>> WindowComposer::layersOf(const S
     });
     askShapes(seen);
     const auto& formats = connection_.link().pictureFormats.byVisual;
-    std::list<Layer> layers;
+    Layers layers;
     for (const TopLevel& top : seen) {
         const auto shape = shapes_.find(top.window);
         if (shape == shapes_.end())
@@ -109,7 +114,14 @@ std::optional<std::list<WindowComposer::Layer>> WindowComposer::layersOf(const S
         const auto format = formats.find(top.visual);
         if (format == formats.end())
             return std::nullopt;
-        Layer& layer = layers.emplace_back();
+        const bool isFilling = scene.laying != Laying::blending && shape->second.isWhole &&
+                               std::ranges::all_of(scene.parts, [&top](const PixelRect& part) {
+                                   return intersection(top.box, part) == part;
+                               });
+        if (isFilling)
+            layers.all.clear();
+        layers.isAllFilled |= isFilling;
+        Layer& layer = layers.all.emplace_back();
         layer.top = top;
         layer.shape = shape->second;
         layer.format = format->second;
@@ -136,12 +148,13 @@ void WindowComposer::askShapes(const std::vector<TopLevel>& tops) {
     }
 }
 
-void WindowComposer::begin(Canvas& canvas, const Scene& scene, const std::list<Layer>& layers,
+void WindowComposer::begin(Canvas& canvas, const Scene& scene, const Layers& layers,
                            const PixelRect& area) {
-    // Nothing is drawn then if the one window has just gone, and what was there stays.
-    const bool isFilled = layers.size() == 1 && layers.front().shape.isWhole;
+    // If the window that fills it has just gone, what was there stays.
+    if (layers.isAllFilled)
+        return canvas.beginAsIs(area, scene.parts);
     if (!scene.isDesktop)
-        return isFilled ? canvas.beginAsIs(area, scene.parts) : canvas.beginZero(area, scene.parts);
+        return canvas.beginZero(area, scene.parts);
     canvas.beginBlack(area, scene.parts);
     if (background_)
         return background_->drawOn(canvas, scene.parts);
@@ -151,9 +164,9 @@ void WindowComposer::begin(Canvas& canvas, const Scene& scene, const std::list<L
 }
 
 /* False if the server does not answer. */
-bool WindowComposer::draw(Canvas& canvas, const Scene& scene, std::list<Layer>& layers) {
+bool WindowComposer::draw(Canvas& canvas, const Scene& scene, Layers& layers) {
     std::size_t partsUnderWay = 0;
-    for (Layer& layer : layers) {
+    for (Layer& layer : layers.all) {
         layer.generation = windows_.ledger().generation(layer.top.window, layer.top.box);
         // Named after the notices were taken in: this pixmap is as new as the ledger, or newer.
         contents_.use(layer.top.window, layer.generation);
@@ -185,17 +198,18 @@ bool WindowComposer::read(const Scene& scene, std::vector<PixelBuffer>& parts) {
     return true;
 }
 
-WindowComposer::Composed WindowComposer::outcomeOf(const Scene& scene, std::list<Layer>& layers) {
+WindowComposer::Composed WindowComposer::outcomeOf(const Scene& scene, Layers& layers) {
     // What changed before the picture was read has been told by now.
     windows_.takeNotices();
     // That windows move does not matter here: the ledger knows what that means for their contents.
     Outcome outcome = windows_.isMistaken() ? Outcome::changed : Outcome::done;
-    bool isTouched = scene.isDesktop || layers.size() != 1 || !layers.front().shape.isWhole;
-    if (scene.isDesktop && background_ && background_->outcome() != WindowContent::Outcome::done) {
+    bool isTouched = !layers.isAllFilled;
+    if (scene.isDesktop && !layers.isAllFilled && background_ &&
+        background_->outcome() != WindowContent::Outcome::done) {
         background_.reset();  // somebody has closed its window
         outcome = Outcome::changed;
     }
-    for (Layer& layer : layers) {
+    for (Layer& layer : layers.all) {
         const auto drawn = layer.content->outcome();
         if (drawn == WindowContent::Outcome::failed || connection_.isLost())
             return {};
@@ -204,8 +218,8 @@ WindowComposer::Composed WindowComposer::outcomeOf(const Scene& scene, std::list
             windows_.ledger().cleaned(layer.top.window, layer.generation, scene.isLeftOut());
             if (!windows_.ledger().residueIn(layer.top.window, scene.isLeftOut()).empty())
                 outcome = Outcome::changed;
-        } else if (!scene.isDesktop) {
-            outcome = Outcome::changed;
+        } else if (!scene.isDesktop || (layers.isAllFilled && &layer == &layers.all.front())) {
+            outcome = Outcome::changed;  // zeros, or what was there, where the window was
         }
     }
     windows_.ledger().endRound();

@@ -90,15 +90,16 @@ class WindowComposer {
 
   private:
     struct Layer;
+    struct Layers;
 
-    std::optional<std::list<Layer>> layersOf(const Scene& scene);
+    std::optional<Layers> layersOf(const Scene& scene);
     void askShapes(const std::vector<TopLevel>& tops);
-    Composed composeApart(const Scene& scene, std::list<Layer>& layers, const Target& target);
-    void begin(Canvas& canvas, const Scene& scene, const std::list<Layer>& layers,
+    Composed composeApart(const Scene& scene, Layers& layers, const Target& target);
+    void begin(Canvas& canvas, const Scene& scene, const Layers& layers,
                const coregraphics::PixelRect& area);
-    bool draw(Canvas& canvas, const Scene& scene, std::list<Layer>& layers);
+    bool draw(Canvas& canvas, const Scene& scene, Layers& layers);
     bool read(const Scene& scene, std::vector<coregraphics::PixelBuffer>& parts);
-    Composed outcomeOf(const Scene& scene, std::list<Layer>& layers);
+    Composed outcomeOf(const Scene& scene, Layers& layers);
 
     Connection& connection_;
     ImageTransport& transport_;
