@@ -131,6 +131,26 @@ INSTANTIATE_TEST_SUITE_P(Pictures, FrameCostTest,
                                          Setting{"OneWindow", Picture::oneWindow}),
                          [](const auto& instance) { return instance.param.name; });
 
+/* Other memory would have to be made first, which takes longer than a frame may. */
+class DistrustCostTest : public FrameCostTest {};
+
+TEST_P(DistrustCostTest, AllOfAnUnchangedWindowIsDrawnAnewInTheSameMemoryAfterAWhile) {
+    takeSome();
+    const std::size_t before = relay_.traffic().fromClients;
+    std::set<const void*> places;
+    EXPECT_TRUE(eventually(
+        [&] {
+            places.insert(CFDataGetBytePtr(dataOf(take().get()).get()));
+            return relay_.traffic().fromClients > before;
+        },
+        std::chrono::seconds(20)));
+    EXPECT_EQ(places.size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Pictures, DistrustCostTest,
+                         testing::Values(Setting{"OneWindow", Picture::oneWindow}),
+                         [](const auto& instance) { return instance.param.name; });
+
 /* Where all pixels come over the connection, so that they can be counted. */
 class ChangeCostTest : public FrameCostTest {};
 

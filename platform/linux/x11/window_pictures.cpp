@@ -281,7 +281,7 @@ Outcome WindowPictures::makeAlone(Scene scene, const std::optional<Last>& before
     scene.area = intersection(picture.subject.area, top.box);
     const bool isUpdate = before && before->subject == picture.subject &&
                           before->changes == picture.changes && windows_.tellsOfAllChanges() &&
-                          Clock::now() < before->end && isHeldOnce(lastAlone_->image);
+                          isHeldOnce(lastAlone_->image);
     if (isUpdate)
         return updateAlone(std::move(scene), *before, picture);
     const PixelRect& area = picture.subject.area;
@@ -300,11 +300,14 @@ Outcome WindowPictures::makeAlone(Scene scene, const std::optional<Last>& before
     return outcome;
 }
 
-/* Draws what was drawn in the window since, where that is as it was. */
+/* Draws what was drawn in the window since, where that is as it was; all of it now and then. */
 Outcome WindowPictures::updateAlone(Scene scene, const Last& before, Last& picture) {
     const TopLevel top = scene.chosen.front();
-    const PixelRect part = intersection(composer_.drawnIn(top), scene.area);
-    picture.end = before.end;
+    const auto now = Clock::now();
+    const bool isTrusted = now < before.end;
+    picture.end = isTrusted ? before.end : now + kLongestTrust;
+    const PixelRect part =
+        isTrusted ? intersection(composer_.drawnIn(top), scene.area) : scene.area;
     if (part.empty())
         return Outcome::done;
     scene.parts = {part};
