@@ -1,7 +1,7 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
-#   install_packages GROUP...   installs what is missing of the groups build, run, test, coverage
-#                               and bench
+#   install_packages GROUP...   installs what is missing of the groups build, run, test, coverage,
+#                               bench and profile
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
@@ -33,6 +33,9 @@ packages_of_bench=(
     libavutil-dev libopencv-imgproc-dev libpixman-1-dev libswscale-dev libyuv-dev
     ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )
+
+# shellcheck disable=SC2034
+packages_of_profile=(linux-perf procps)
 
 # Prints those of the named packages that are not installed, one a line.
 missing_packages() {
