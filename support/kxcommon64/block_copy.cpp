@@ -10,11 +10,12 @@
 #include <emmintrin.h>
 #endif
 
+using namespace qor::scaling;
+
 namespace {
 
 #if defined(__x86_64__)
 
-constexpr size_t kLine = 64;
 // The processor's own prefetching stops at the end of a page; this reaches well past it. Beyond the
 // end of the source it has no effect.
 constexpr size_t kPrefetchBytes = 8192;
@@ -30,20 +31,21 @@ void streamLine(unsigned char* dst, const unsigned char* src) {
 }
 
 void streamCopy(unsigned char* dst, const unsigned char* src, size_t count) {
-    const size_t unaligned = (kLine - reinterpret_cast<uintptr_t>(dst) % kLine) % kLine;
+    const size_t unaligned =
+        (kLineBytes - reinterpret_cast<uintptr_t>(dst) % kLineBytes) % kLineBytes;
     std::memcpy(dst, src, unaligned);
     size_t at = unaligned;
-    for (; at + kLine <= count; at += kLine) {
+    for (; at + kLineBytes <= count; at += kLineBytes) {
         const uintptr_t ahead = reinterpret_cast<uintptr_t>(src + at) + kPrefetchBytes;
         _mm_prefetch(reinterpret_cast<const char*>(ahead), _MM_HINT_NTA);
         streamLine(dst + at, src + at);
     }
-    qor::scaling::endStreaming();
+    endStreaming();
     std::memcpy(dst + at, src + at, count - at);
 }
 
 void copyLarge(unsigned char* dst, const unsigned char* src, size_t count) {
-    if (qor::scaling::belongsAroundCaches(count)) {
+    if (belongsAroundCaches(count)) {
         streamCopy(dst, src, count);
     } else {
         std::memcpy(dst, src, count);

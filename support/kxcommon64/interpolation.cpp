@@ -48,7 +48,7 @@ class Interpolation {
           targetSize_(targetSize),
           targetPitch_(static_cast<size_t>(targetSize.width) * static_cast<size_t>(bytesPerPixel)),
           bytesPerPixel_(bytesPerPixel),
-          stores_(stores) {}
+          stores_(kernels.streamBands && isWholeLines() ? stores : Stores::cached) {}
 
     void run() const {
         const bool hasRowKernels = makesRows(kernels_, targetPitch_);
@@ -64,10 +64,9 @@ class Interpolation {
     }
 
   private:
-    Stores bandStores() const {
-        const bool isWholeLines = reinterpret_cast<uintptr_t>(target_) % kLineBytes == 0 &&
-                                  targetPitch_ % kLineBytes == 0;
-        return kernels_.streamBands && isWholeLines ? stores_ : Stores::cached;
+    bool isWholeLines() const {
+        return reinterpret_cast<uintptr_t>(target_) % kLineBytes == 0 &&
+               targetPitch_ % kLineBytes == 0;
     }
     size_t rowCount() const { return static_cast<size_t>(targetSize_.height); }
     const unsigned char* sourceRow(int32_t row) const {
@@ -120,7 +119,7 @@ class Interpolation {
         const auto scale = plan.isCoarse() ? plan.kernel()->scaleCoarse : plan.kernel()->scale;
         const ColumnTables tables = plan.tables();
         forEachBand([&](const RowBand& band) { scale(band, tables); });
-        if (bandStores() == Stores::streamed) {
+        if (stores_ == Stores::streamed) {
             endStreaming();
         }
     }
@@ -142,7 +141,7 @@ class Interpolation {
             for (size_t i = 0; i < count; ++i) {
                 rows[i] = bandRow(rowTap(y + i));
             }
-            use(RowBand{rows.data(), count, targetRow(y), targetPitch_, bandStores()});
+            use(RowBand{rows.data(), count, targetRow(y), targetPitch_, stores_});
         }
     }
 

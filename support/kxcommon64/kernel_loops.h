@@ -3,6 +3,7 @@
 // A kernel file hands in a class `Set` with the types Bytes and Samples, a register of either, and
 //   kBlock            target bytes made at a time, twice the Samples of a register
 //   kStripBlocks      blocks that are filtered side by side
+//   kStreams          whether it has streamed stores, and strips that are whole cache lines
 //   load              bytes from memory
 //   samplesOf         a number in every place of a register of samples
 //   pairsOf           two bytes, the first in the lower half of a number, again and again
@@ -11,8 +12,8 @@
 //   weigh             pairs of bytes to samples: the weighted sum of each, the fine part optional
 //   mix               near + (near - far) * factor / 2^16, rounded down
 //   store             two registers of samples, rounded, to kBlock target bytes
-//   stream            the same around the caches, if kStreams: a strip is whole lines of them
 //   storeBlend        the same for samples of interleaved bytes
+//   stream            as store, around the caches; only if kStreams
 //   halve, mean       one block of halveRows and of meanRows
 // and for each way to read a row a class `Windows` with its shape and
 //   placesOf          makes places in a register out of those in windows

@@ -9,6 +9,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "streaming.h"
+
 namespace qor::scaling {
 
 // Weights are in 1 / kWeightOne. Filtered samples, between the horizontal step and the vertical
@@ -69,7 +71,6 @@ enum class Stores : bool {
     cached,
     streamed,  // around the caches, whole lines of them: rows begin and end with one
 };
-inline constexpr size_t kLineBytes = 64;
 
 // Some target rows to be made together, so that a block's tables stay in registers and a filtered
 // source row serves two target rows.

@@ -6,6 +6,9 @@
 
 namespace qor::scaling {
 
+// What the processor moves between its caches and memory.
+inline constexpr size_t kLineBytes = 64;
+
 // Whether a block of so many bytes that this thread is about to write is better written around the
 // caches. Depends on when this was last asked for a large one.
 bool belongsAroundCaches(size_t bytes);
