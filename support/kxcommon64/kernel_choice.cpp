@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "kernels.h"
+#include "processor.h"
 #include "scaling.h"
 
 namespace qor::scaling {
@@ -18,10 +19,10 @@ class UsableKernels {
     UsableKernels() {
         add(kScalarKernels, true);
 #if defined(__x86_64__)
-        add(kSse41Kernels, __builtin_cpu_supports("sse4.1"));
-        add(kAvx2Kernels, __builtin_cpu_supports("avx2"));
-        add(kAvx512Kernels,
-            __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi"));
+        const InstructionSets usable = usableInstructionSets();
+        add(kSse41Kernels, usable.sse41);
+        add(kAvx2Kernels, usable.avx2);
+        add(kAvx512Kernels, usable.avx512);
 #elif defined(__aarch64__)
         add(kNeonKernels, true);
 #endif
