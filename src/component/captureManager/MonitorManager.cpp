@@ -6,6 +6,7 @@
 
 #include "CaptureBase.h"
 #include "CaptureMac.h"
+#include "DisplayImages.h"
 #include "Monitor.h"
 #include "PlatformRef.h"
 #include "Trace.h"
@@ -188,7 +189,7 @@ bool CMonitorManager::GetScreenThumbnail(unsigned int dwMonitorIndex, int dwWidt
         TRACE_ERROR("CMonitorManager::GetScreenThumbnail... pBuffer is NULL!");
         return false;
     }
-    ImageRef image(CGDisplayCreateImage(monitor->GetDisplayID()));
+    ImageRef image(display_images::ofDisplay(monitor->GetDisplayID()));
     if (image == nullptr) {
         return false;  // without a trace by rule
     }
