@@ -25,6 +25,7 @@
 #include "vqutilc.h"
 
 class CMonitor;
+struct ThreadRun;
 
 class CAPMGR_API CCaptureBase {
   public:
@@ -193,10 +194,11 @@ class CAPMGR_API CCaptureBase {
     uint64_t m_nReserved;
 
   private:
-    struct CAPMGR_LOCAL ThreadRun;
-    class CAPMGR_LOCAL ExitSignal;
+    struct CAPMGR_LOCAL ThreadEnd;
 
+    CAPMGR_LOCAL void CancelThread();
     CAPMGR_LOCAL void AwaitCancelledThread();
+    CAPMGR_LOCAL bool RunOnThread();
     CAPMGR_LOCAL uint32_t CaptureWidth() const;
     CAPMGR_LOCAL uint32_t CaptureHeight() const;
 

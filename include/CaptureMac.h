@@ -38,12 +38,14 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     uint32_t m_nCaptureHeight; /* points */
 
   private:
+    struct CAPMGR_LOCAL CapturedFrame;
+
     CAPMGR_LOCAL CGRect CaptureArea() const;
     CAPMGR_LOCAL CGImageRef CreateImage();
     CAPMGR_LOCAL CGImageRef CreateImageWithoutWindows(const std::vector<const void*>& excluded);
     CAPMGR_LOCAL CGImageRef CreateWindowImage();
     CAPMGR_LOCAL std::vector<const void*> ExcludedWindows();
-    CAPMGR_LOCAL bool DeliverImage(CGImageRef image);
+    CAPMGR_LOCAL bool DeliverFrame(CapturedFrame& frame);
     CAPMGR_LOCAL void ClearFrame();
 };
 

@@ -14,9 +14,10 @@
 #include <stddef.h>
 #include <stdint.h>
 #ifdef __cplusplus
+#include <pthread.h>
+
 #include <condition_variable>
 #include <mutex>
-#include <thread>
 #endif
 
 #define VQ_API __attribute__((visibility("default")))
@@ -121,9 +122,12 @@ class VQ_API VQ_Critical_Section {
     void unlock();
 
   private:
-    std::mutex m_mutex; /* guards owner and depth, held for an instant only */
-    std::condition_variable m_released;
-    std::thread::id m_owner;
+    VQ_LOCAL void awaitRelease();
+    VQ_LOCAL static void leaveToOthers(void* section);
+
+    pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER; /* held for an instant only */
+    pthread_cond_t m_released = PTHREAD_COND_INITIALIZER;
+    pthread_t m_owner{};
     unsigned int m_nDepth = 0; /* locks held by m_owner; 0 when free */
     bool m_bReady = false;
 };

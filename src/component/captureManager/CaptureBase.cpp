@@ -2,7 +2,6 @@
 
 #include <mach/clock.h>
 #include <mach/mach.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -14,6 +13,7 @@
 #include "FrameCheck.h"
 #include "FrameMemory.h"
 #include "Monitor.h"
+#include "ThreadRun.h"
 #include "Trace.h"
 #include "kxcommon64.h"
 
@@ -65,30 +65,21 @@ std::array<char, 4> shortNumber(uint8_t value) {
 
 }  // namespace
 
-// What a capture thread and its object share, owned by both: a thread that hangs in the platform
-// outlives the object.
-struct CCaptureBase::ThreadRun {
-    std::mutex mutex;
-    bool abandoned = false;  // the object may be gone
-};
+// The end of a capture thread, cancelled or not. The stop event says that the thread uses the
+// object no more, unless the stop has given the thread up: the object may be deleted from then on.
+struct CCaptureBase::ThreadEnd {
+    CCaptureBase& capture;
+    CaptureThreadScope& scope;
 
-// Sets the exit event on every way out of the thread, cancellation included, unless the stop has
-// given the thread up. The object may be deleted from then on.
-class CCaptureBase::ExitSignal {
-  public:
-    explicit ExitSignal(CCaptureBase& capture) : capture_(capture), run_(capture.m_pThreadRun) {}
-    ~ExitSignal() {
-        const std::lock_guard<std::mutex> lock(run_->mutex);
-        if (!run_->abandoned) {
-            capture_.SetStopEvent();
+    static void Tell(void* end) {
+        auto& [capture, scope] = *static_cast<ThreadEnd*>(end);
+        const std::shared_ptr<ThreadRun> run = scope.end();
+        const std::lock_guard<std::mutex> lock(run->mutex);
+        run->ended = true;
+        if (!run->abandoned) {
+            capture.SetStopEvent();
         }
     }
-    ExitSignal(const ExitSignal&) = delete;
-    ExitSignal& operator=(const ExitSignal&) = delete;
-
-  private:
-    CCaptureBase& capture_;
-    const std::shared_ptr<ThreadRun> run_;
 };
 
 CCaptureBase::CCaptureBase(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type)
@@ -189,7 +180,7 @@ void CCaptureBase::StopCapture() {
     m_bCaptureThreadRunning = false;
     if (m_hCaptureThread != pthread_t{}) {
         if (!m_eventCaptureExit.wait(kStopWaitMs)) {
-            pthread_cancel(m_hCaptureThread);
+            CancelThread();
             TRACE_INFO("CCaptureBase::StopCature... Close capture thread timeout!");
             AwaitCancelledThread();
         }
@@ -198,6 +189,15 @@ void CCaptureBase::StopCapture() {
     UnInit();
     m_dwFrameID = 0;
     TRACE_INFO("CCaptureBase::StopCapture... End!!");
+}
+
+// A thread that has ended meanwhile is no thread to cancel.
+void CCaptureBase::CancelThread() {
+    m_pThreadRun->cancelled = true;
+    const std::lock_guard<std::mutex> lock(m_pThreadRun->mutex);
+    if (!m_pThreadRun->ended) {
+        pthread_cancel(m_hCaptureThread);
+    }
 }
 
 // A thread that waits, or sleeps, leaves the object at once when it is cancelled, and must have
@@ -292,15 +292,32 @@ void CCaptureBase::SetCustomVersion(uint32_t nCustomVersion) {
 
 void* CCaptureBase::CaptureThread(void* param) {
     pthread_testcancel();  // given up before it began: the object may be gone
+    auto* const capture = static_cast<CCaptureBase*>(param);
+    CaptureThreadScope scope(capture == nullptr ? nullptr : capture->m_pThreadRun);
     TRACE_INFO("CCaptureBase::CaptureThread()... Begin!");
-    if (param != nullptr) {
-        auto* const capture = static_cast<CCaptureBase*>(param);
-        const ExitSignal signal(*capture);
-        capture->ResetStopEvent();
-        capture->Capture();
+    if (capture != nullptr) {
+        ThreadEnd end{*capture, scope};
+        bool givenUp = false;
+        pthread_cleanup_push(ThreadEnd::Tell, &end);
+        givenUp = !capture->RunOnThread();
+        pthread_cleanup_pop(1);
+        if (givenUp) {
+            return nullptr;
+        }
     }
     TRACE_INFO("CCaptureBase::CaptureThread()... End!");
     return nullptr;
+}
+
+// False when the thread was given up meanwhile. That exception must not pass the cleanup handler.
+bool CCaptureBase::RunOnThread() {
+    ResetStopEvent();
+    try {
+        Capture();
+    } catch (const ThreadGivenUp&) {
+        return false;
+    }
+    return true;
 }
 
 void CCaptureBase::Capture() {
@@ -333,7 +350,7 @@ bool CCaptureBase::CaptureRound(FailureRun& run) {
     const uint32_t roundStart = get_tick_count();
     CaptureThreadMsgProc();
     if (m_bPause) {
-        usleep(kPauseSleepUs);
+        sleepCancellably(kPauseSleepUs);
         return true;
     }
     if (!DoCapture()) {
@@ -352,7 +369,7 @@ bool CCaptureBase::RetryAfterFailure(FailureRun& run, uint32_t roundStart, uint3
     if (run.tryCount == 0) {
         run.tryCount = 1;
         run.failStart = get_tick_count();
-        usleep(kRetrySleepUs);
+        sleepCancellably(kRetrySleepUs);
         return true;
     }
     const uint32_t elapsed = roundStart - run.failStart;
@@ -364,7 +381,7 @@ bool CCaptureBase::RetryAfterFailure(FailureRun& run, uint32_t roundStart, uint3
     }
     ++run.tryCount;
     if (run.tryCount % 2 == 1) {
-        usleep(kRetrySleepUs);
+        sleepCancellably(kRetrySleepUs);
     } else {
         Pace(roundStart, period);
     }
@@ -377,7 +394,7 @@ void CCaptureBase::Pace(uint32_t roundStart, uint32_t period) const {
     const uint32_t remaining = spent < period ? period - spent : 1;
     const bool paced = m_nPacingMode != kNeverPace && m_dwFrameID >= kUnpacedFrames;
     const uint32_t waitMs = paced ? std::min(remaining, kLongestWaitMs) : 1;
-    usleep(waitMs * kUsPerMs);
+    sleepCancellably(waitMs * kUsPerMs);
 }
 
 void CCaptureBase::OnCaptureSuccess() {
@@ -432,7 +449,7 @@ void CCaptureBase::AllocBuffer(unsigned int dwSize) {
     if (m_nbufSize != dwSize) {
         DeallocBuffer();
     }
-    const SectionLock bufferLock(m_csBuffer);
+    const CancellableLock bufferLock(m_csBuffer);
     const SectionLock appBufferLock(m_csAppBuffer);
     if (dwSize == 0) {
         m_nbufSize = 0;
@@ -478,14 +495,14 @@ void CCaptureBase::DeallocBuffer() {
     if (m_lpBuffer != nullptr) {
         TRACE_INFO("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: ",
                    static_cast<const void*>(m_lpBuffer));
-        const SectionLock lock(m_csBuffer);
+        const CancellableLock lock(m_csBuffer);
         FreeFrame(m_lpBuffer, m_nbufSize);
         m_lpBuffer = nullptr;
     }
     if (m_lpAppBuffer != nullptr) {
         TRACE_INFO("CCaptureBase::DeallocBuffer[Mem], m_lpAppBuffer: ",
                    static_cast<const void*>(m_lpAppBuffer));
-        const SectionLock lock(m_csAppBuffer);
+        const CancellableLock lock(m_csAppBuffer);
         FreeFrame(m_lpAppBuffer, m_nbufSize);
         m_lpAppBuffer = nullptr;
     }
@@ -562,7 +579,7 @@ void CCaptureBase::UpdateBuffer(const unsigned char* pData, unsigned int nLen) {
 }
 
 uint32_t CCaptureBase::Resize(void* pData, unsigned int nLen) {
-    const SectionLock lock(m_csBuffer);
+    const CancellableLock lock(m_csBuffer);
     if (m_lpBuffer == nullptr) {
         return 0;
     }
@@ -570,7 +587,7 @@ uint32_t CCaptureBase::Resize(void* pData, unsigned int nLen) {
 }
 
 int CCaptureBase::ClearBuffer() {
-    const SectionLock lock(m_csBuffer);
+    const CancellableLock lock(m_csBuffer);
     return m_lpBuffer == nullptr ? 0 : memset_s(m_lpBuffer, m_nbufSize, 0, m_nbufSize);
 }
 

@@ -7,8 +7,10 @@
 #include <mutex>
 #include <new>
 
+#include "DisplayImages.h"
 #include "Monitor.h"
 #include "PlatformRef.h"
+#include "ThreadRun.h"
 #include "Trace.h"
 #include "kxcommon64.h"
 
@@ -18,13 +20,6 @@ constexpr char kSourcePath[] = "src/component/captureManager/CaptureMac";
 
 constexpr uint32_t kBytesPerPixel = 4;
 constexpr int kCaptureType = 4;
-
-// Ends the capture thread here when it was cancelled while the platform had it: a stop does not
-// wait for a platform call that does not come back, so the object may be gone. Called before
-// anything of the object is used again.
-void leaveIfCancelled() {
-    pthread_testcancel();
-}
 
 // Removes the excluded windows, from the last index to the first, so that no index moves before
 // its turn.
@@ -77,6 +72,22 @@ class BmpHeader {
 
 }  // namespace
 
+// One image and its bytes, let go of where the thread is cancelled, too: while it waits for the
+// buffer.
+struct CCaptureMac::CapturedFrame {
+    explicit CapturedFrame(CGImageRef created) : image(created) {}
+
+    void release() {
+        data.reset();
+        image.reset();
+    }
+
+    ImageRef image;
+    CFRef<CFDataRef> data;
+    const OnCancellation releaseOnCancellation{
+        [](void* frame) { static_cast<CapturedFrame*>(frame)->release(); }, this};
+};
+
 CCaptureMac::CCaptureMac(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type)
     : CCaptureBase(monitor, method, type),
       m_dwDisplayID(monitor->GetDisplayID()),
@@ -93,8 +104,8 @@ CCaptureMac::~CCaptureMac() {
 
 bool CCaptureMac::Init() {
     TRACE_INFO("CCaptureMac::Init()... Begin");
-    ImageRef image(CGDisplayCreateImage(m_dwDisplayID));
-    leaveIfCancelled();
+    ImageRef image(display_images::ofDisplay(m_dwDisplayID));
+    leaveIfGivenUp();
     if (image == nullptr) {
         return false;
     }
@@ -127,18 +138,18 @@ void CCaptureMac::UnInit() {
 
 bool CCaptureMac::DoCapture() {
     TRACE_DETAIL("CCaptureMac::DoCapture()... Begin!");
-    ImageRef image(CreateImage());
-    leaveIfCancelled();
-    TRACE_EACH_FRAME(trace::kInformation,
-                     "CCaptureMac::DoCapture imageRef: ", static_cast<const void*>(image.get()));
-    if (image == nullptr) {
+    CapturedFrame frame(CreateImage());
+    leaveIfGivenUp();
+    TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture imageRef: ",
+                     static_cast<const void*>(frame.image.get()));
+    if (frame.image == nullptr) {
         // Counts as captured: the host sees black rather than the last frame.
         TRACE_ERROR("CCaptureMac::DoCapture()... imageRef is null!");
         ClearFrame();
-    } else if (!DeliverImage(image.get())) {
+    } else if (!DeliverFrame(frame)) {
         return false;
     }
-    image.reset();
+    frame.release();
     TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture()... End!");
     return true;
 }
@@ -159,8 +170,8 @@ CGImageRef CCaptureMac::CreateImage() {
     switch (m_eCapType) {
         case CAP_TYPE_DESKTOP:
             return excluded.empty()
-                       ? CGWindowListCreateImage(CaptureArea(), kCGWindowListOptionOnScreenOnly,
-                                                 kCGNullWindowID, kCGWindowImageDefault)
+                       ? display_images::ofWindowList(
+                             CaptureArea(), kCGWindowListOptionOnScreenOnly, kCGNullWindowID)
                        : CreateImageWithoutWindows(excluded);
         case CAP_TYPE_APP_WINDOW:
             return CreateWindowImage();
@@ -172,7 +183,7 @@ CGImageRef CCaptureMac::CreateImage() {
 CGImageRef CCaptureMac::CreateImageWithoutWindows(const std::vector<const void*>& excluded) {
     const CFRef<CFArrayRef> onScreen(
         CGWindowListCreate(kCGWindowListOptionOnScreenOnly, kCGNullWindowID));
-    leaveIfCancelled();
+    leaveIfGivenUp();
     if (onScreen == nullptr) {
         return nullptr;
     }
@@ -182,7 +193,7 @@ CGImageRef CCaptureMac::CreateImageWithoutWindows(const std::vector<const void*>
         return nullptr;
     }
     removeWindows(windows.get(), excluded);
-    return CGWindowListCreateImageFromArray(CaptureArea(), windows.get(), kCGWindowImageDefault);
+    return display_images::ofWindows(CaptureArea(), windows.get());
 }
 
 CGImageRef CCaptureMac::CreateWindowImage() {
@@ -191,8 +202,7 @@ CGImageRef CCaptureMac::CreateWindowImage() {
         TRACE_ERROR("CCaptureMac::DoCapture()... Invalid Param m_nWndCaptureID is null !");
         return nullptr;
     }
-    return CGWindowListCreateImage(CaptureArea(), kCGWindowListOptionIncludingWindow, window,
-                                   kCGWindowImageDefault);
+    return display_images::ofWindowList(CaptureArea(), kCGWindowListOptionIncludingWindow, window);
 }
 
 // A copy, so that the list's lock is not held during platform calls.
@@ -202,7 +212,8 @@ std::vector<const void*> CCaptureMac::ExcludedWindows() {
 }
 
 // Checks the image and scales its bytes into the frame buffer; false when it is not delivered.
-bool CCaptureMac::DeliverImage(CGImageRef image) {
+bool CCaptureMac::DeliverFrame(CapturedFrame& frame) {
+    const CGImageRef image = frame.image.get();
     const auto width = static_cast<uint32_t>(CGImageGetWidth(image));
     const auto height = static_cast<uint32_t>(CGImageGetHeight(image));
     if (static_cast<int32_t>(width) != m_rcCapture.right - m_rcCapture.left ||
@@ -213,13 +224,13 @@ bool CCaptureMac::DeliverImage(CGImageRef image) {
         ClearFrame();
         return false;
     }
-    const CFRef<CFDataRef> data(CGDataProviderCopyData(CGImageGetDataProvider(image)));
-    leaveIfCancelled();
-    if (data == nullptr) {
+    frame.data.reset(CGDataProviderCopyData(CGImageGetDataProvider(image)));
+    leaveIfGivenUp();
+    if (frame.data == nullptr) {
         TRACE_ERROR("CCaptureMac::CaptureScreen()... dataref is NULL!");
         return false;
     }
-    const unsigned char* const bytes = CFDataGetBytePtr(data.get());
+    const unsigned char* const bytes = CFDataGetBytePtr(frame.data.get());
     if (bytes == nullptr) {
         TRACE_ERROR("CCaptureMac::CaptureScreen()... data is NULL!");
         return false;
