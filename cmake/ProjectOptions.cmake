@@ -25,9 +25,25 @@ if(QOR_SANITIZE)
     target_link_options(qor_project_options INTERFACE -fsanitize=${QOR_SANITIZE})
 endif()
 
-# Exports what the map beside the target's CMakeLists.txt lists, and nothing else.
+# Exports what the map beside the target's CMakeLists.txt lists, and nothing else. A linker for macOS
+# takes plain names, which are those of the kept list; the cross compiler's takes no list, so there the
+# target exports what its sources say.
 function(qor_export_by_map target)
-    set(map ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
-    target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+    if(CMAKE_CROSSCOMPILING AND APPLE)
+        return()
+    endif()
+    if(APPLE)
+        set(list ${PROJECT_SOURCE_DIR}/tests/package/exports/${target}.txt)
+        file(STRINGS ${list} names)
+        list(TRANSFORM names PREPEND _)
+        list(JOIN names "\n" text)
+        set(map ${CMAKE_CURRENT_BINARY_DIR}/exports.txt)
+        file(CONFIGURE OUTPUT ${map} CONTENT "${text}\n" @ONLY)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list})
+        target_link_options(${target} PRIVATE -Wl,-exported_symbols_list,${map})
+    else()
+        set(map ${CMAKE_CURRENT_SOURCE_DIR}/exports.map)
+        target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+    endif()
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 endfunction()

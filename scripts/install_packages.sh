@@ -1,7 +1,7 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
 #   install_packages GROUP...   installs what is missing of the groups build, run, test, coverage,
-#                               bench and profile
+#                               bench, macos and profile
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
@@ -33,6 +33,11 @@ packages_of_bench=(
     libavutil-dev libopencv-imgproc-dev libpixman-1-dev libswscale-dev libyuv-dev
     ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )
+
+# The cross compiler is fetched with npm; a machine that has one from elsewhere keeps it.
+# shellcheck disable=SC2034
+packages_of_macos=(llvm googletest)
+command -v npm >/dev/null || packages_of_macos+=(npm)
 
 # shellcheck disable=SC2034
 packages_of_profile=(linux-perf procps)
