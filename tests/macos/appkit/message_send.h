@@ -1,9 +1,11 @@
 // The entry points through which compiled Objective-C sends a message, for x86-64. They keep every
 // argument, ask for the method and jump there, so that a method may take and return anything.
+//
+// Threads: any; what is asked for the method decides about the rest.
 #ifndef MESSAGE_SEND_H
 #define MESSAGE_SEND_H
 
-namespace scripted_appkit {
+namespace appkit {
 
 // A method's code; a plain function that takes the receiver and the selector before its own
 // arguments.
@@ -23,6 +25,6 @@ Method zeroMethod();
 // the receiver is nil; this leaves nonsense, so that nobody gets by with what happened to be there.
 Method nonsenseMethod();
 
-}  // namespace scripted_appkit
+}  // namespace appkit
 
 #endif

@@ -25,6 +25,8 @@
 #include <thread>
 #include <vector>
 
+#pragma GCC visibility push(default)
+
 namespace scripted_appkit {
 
 struct Screen {
@@ -67,5 +69,7 @@ std::thread::id sender();
 std::vector<std::string> faults();
 
 }  // namespace scripted_appkit
+
+#pragma GCC visibility pop
 
 #endif

@@ -1,24 +1,14 @@
 #include "scripted_appkit.h"
 
 #include <algorithm>
-#include <array>
 #include <deque>
-#include <string_view>
-#include <type_traits>
 #include <utility>
 
-#include "message_send.h"
+#include "appkit_classes.h"
 
-namespace scripted_appkit {
+using scripted_appkit::Screen;
 
-// Nothing ever reads the classes: only where they are counts. The compiler's names for them are no
-// identifiers of ours to use.
-char screenClass asm("OBJC_CLASS_$_NSScreen");
-char constantStringClass asm("__CFConstantStringClassReference");
-
-namespace {
-
-enum class Kind { kScreenClass, kArray, kScreen, kDescription, kNumber };
+namespace appkit {
 
 // Everything that a message can go to, nil aside.
 struct Object {
@@ -29,6 +19,8 @@ struct Object {
     Object* content = nullptr;      // a screen's description, a description's number
     bool gone = false;
 };
+
+namespace {
 
 struct Script {
     std::deque<Object> objects;  // all that were ever made
@@ -41,22 +33,6 @@ struct Script {
     std::vector<std::string> messages;
     std::thread::id sender;
     std::vector<std::string> faults;
-};
-
-// As the compiler lays out @"..." of ASCII text.
-struct ConstantString {
-    const void* isa;
-    int flags;
-    const char* bytes;
-    long length;
-};
-
-// As the compiler lays out the state of a for-in statement.
-struct Walk {
-    unsigned long state;
-    Object** items;
-    unsigned long* changes;
-    unsigned long extra[5];
 };
 
 Script& script() {
@@ -95,6 +71,30 @@ void retire(Object* object) {
         object->gone = true;
     }
 }
+
+// Null for what was never handed out. The receiver is not read before it is known.
+const Object* objectAt(const void* receiver) {
+    static const Object classObject{Kind::kScreenClass, "NSScreen"};
+    if (receiver == &screenClass) {
+        return &classObject;
+    }
+    const std::deque<Object>& objects = script().objects;
+    const auto found =
+        std::find_if(objects.begin(), objects.end(),
+                     [receiver](const Object& object) { return &object == receiver; });
+    return found == objects.end() ? nullptr : &*found;
+}
+
+std::string labelOf(const Object* object) {
+    return object == nullptr ? "foreign" : object->label;
+}
+
+void record(const std::string& receiver, const char* selector) {
+    script().messages.push_back("[" + receiver + " " + selector + "]");
+    script().sender = std::this_thread::get_id();
+}
+
+}  // namespace
 
 Object* screens(const Object* /*self*/, const char* /*selector*/) {
     return script().array;
@@ -147,61 +147,6 @@ long integerValue(const Object* self, const char* /*selector*/) {
     return self->screen.number.value_or(0);
 }
 
-struct Entry {
-    Kind kind;
-    std::string_view selector;
-    Result result;
-    Method method;
-};
-
-template <typename Value, typename... Arguments>
-Entry entry(Kind kind, std::string_view selector, Value (*function)(Arguments...)) {
-    return {kind, selector, std::is_same_v<Value, CGRect> ? Result::kMemory : Result::kRegisters,
-            reinterpret_cast<Method>(function)};
-}
-
-const Entry* find(Kind kind, std::string_view selector) {
-    static const std::array entries{
-        entry(Kind::kScreenClass, "screens", screens),
-        entry(Kind::kScreenClass, "mainScreen", mainScreen),
-        entry(Kind::kArray, "countByEnumeratingWithState:objects:count:", countByEnumerating),
-        entry(Kind::kScreen, "deviceDescription", deviceDescription),
-        entry(Kind::kScreen, "frame", frame),
-        entry(Kind::kScreen, "backingScaleFactor", backingScaleFactor),
-        entry(Kind::kDescription, "objectForKeyedSubscript:", objectForKeyedSubscript),
-        entry(Kind::kNumber, "integerValue", integerValue),
-    };
-    const auto found =
-        std::find_if(entries.begin(), entries.end(), [kind, selector](const Entry& entry) {
-            return entry.kind == kind && entry.selector == selector;
-        });
-    return found == entries.end() ? nullptr : &*found;
-}
-
-// Null for what was never handed out. The receiver is not read before it is known.
-const Object* objectAt(const void* receiver) {
-    static const Object classObject{Kind::kScreenClass, "NSScreen"};
-    if (receiver == &screenClass) {
-        return &classObject;
-    }
-    const std::deque<Object>& objects = script().objects;
-    const auto found =
-        std::find_if(objects.begin(), objects.end(),
-                     [receiver](const Object& object) { return &object == receiver; });
-    return found == objects.end() ? nullptr : &*found;
-}
-
-std::string labelOf(const Object* object) {
-    return object == nullptr ? "foreign" : object->label;
-}
-
-void record(const std::string& receiver, const char* selector) {
-    script().messages.push_back("[" + receiver + " " + selector + "]");
-    script().sender = std::this_thread::get_id();
-}
-
-}  // namespace
-
 Method methodFor(const void* receiver, const char* selector, Result result) noexcept {
     const Method nothing = result == Result::kMemory ? nonsenseMethod() : zeroMethod();
     const Object* const object = objectAt(receiver);
@@ -214,13 +159,19 @@ Method methodFor(const void* receiver, const char* selector, Result result) noex
         blame((object == nullptr ? "not an object: " : "gone: ") + message);
         return nothing;
     }
-    const Entry* const entry = find(object->kind, selector);
-    if (entry == nullptr || entry->result != result) {
-        blame((entry == nullptr ? "not understood: " : "result of another kind: ") + message);
+    const Implementation* const found = findImplementation(object->kind, selector);
+    if (found == nullptr || found->result != result) {
+        blame((found == nullptr ? "not understood: " : "result of another kind: ") + message);
         return nothing;
     }
-    return entry->method;
+    return found->method;
 }
+
+}  // namespace appkit
+
+namespace scripted_appkit {
+
+using namespace appkit;
 
 void reset() {
     setScreens({});
@@ -280,7 +231,7 @@ std::vector<std::string> faults() {
 // Goes on as if nothing had changed, where the real runtime ends the process: the walk is to be
 // seen to its end.
 extern "C" void objc_enumerationMutation(const void* collection) {
-    using namespace scripted_appkit;
+    using namespace appkit;
     const Object* const object = objectAt(collection);
     script().messages.push_back("objc_enumerationMutation(" + labelOf(object) + ")");
     if (object == nullptr || object->gone) {

@@ -2,24 +2,36 @@
 
 #include <CoreGraphics/CGGeometry.h>
 
-using scripted_appkit::Method;
-using scripted_appkit::methodFor;
-using scripted_appkit::Result;
+using appkit::Method;
+using appkit::methodFor;
+using appkit::Result;
 
 extern "C" {
 
-[[gnu::used, gnu::visibility("hidden")]] Method scripted_method(const void* receiver,
-                                                                const char* selector) noexcept {
+[[gnu::used, gnu::visibility("hidden")]] Method method_in_registers(const void* receiver,
+                                                                    const char* selector) noexcept {
     return methodFor(receiver, selector, Result::kRegisters);
 }
 
-[[gnu::used, gnu::visibility("hidden")]] Method scripted_method_stret(
-    const void* receiver, const char* selector) noexcept {
+[[gnu::used, gnu::visibility("hidden")]] Method method_in_memory(const void* receiver,
+                                                                 const char* selector) noexcept {
     return methodFor(receiver, selector, Result::kMemory);
 }
 
-void scripted_zero();
+[[gnu::visibility("hidden")]] void return_zero();
 }
+
+// Names in assembly are those of the object file: macOS's begin with an underscore. ELF alone keeps
+// a type and a size with them.
+#ifdef __APPLE__
+#define NAME(name) "_" #name
+#define TYPED(name)
+#define SIZED(name)
+#else
+#define NAME(name) #name
+#define TYPED(name) ".type " name ", @function\n"
+#define SIZED(name) ".size " name ", . - " name "\n"
+#endif
 
 // Six integer registers, the number of vector registers in al, and eight vector registers carry
 // arguments. At the call the stack is aligned to 16: return address, rbp, and 192 bytes below them.
@@ -27,7 +39,7 @@ asm(R"(
     .text
     .macro send_message name, receiver, selector, lookup
     .globl \name
-    .type \name, @function
+)" TYPED("\\name") R"(
 \name:
     .cfi_startproc
     endbr64
@@ -75,14 +87,12 @@ asm(R"(
     .cfi_def_cfa %rsp, 8
     jmp *%r11
     .cfi_endproc
-    .size \name, . - \name
+)" SIZED("\\name") R"(
     .endm
 
-    send_message objc_msgSend, 128, 136, scripted_method
-    send_message objc_msgSend_stret, 136, 144, scripted_method_stret
-
-    .type scripted_zero, @function
-scripted_zero:
+    send_message )" NAME(objc_msgSend) ", 128, 136, " NAME(method_in_registers) R"(
+    send_message )" NAME(objc_msgSend_stret) ", 136, 144, " NAME(method_in_memory) R"(
+)" TYPED(NAME(return_zero)) NAME(return_zero) R"(:
     .cfi_startproc
     endbr64
     xorl %eax, %eax
@@ -91,10 +101,9 @@ scripted_zero:
     xorps %xmm1, %xmm1
     ret
     .cfi_endproc
-    .size scripted_zero, . - scripted_zero
-)");
+)" SIZED(NAME(return_zero)));
 
-namespace scripted_appkit {
+namespace appkit {
 
 namespace {
 
@@ -105,11 +114,11 @@ CGRect nonsense(const void* /*receiver*/, const char* /*selector*/) {
 }  // namespace
 
 Method zeroMethod() {
-    return &scripted_zero;
+    return &return_zero;
 }
 
 Method nonsenseMethod() {
     return reinterpret_cast<Method>(&nonsense);
 }
 
-}  // namespace scripted_appkit
+}  // namespace appkit

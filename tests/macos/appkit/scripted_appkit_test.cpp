@@ -4,17 +4,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "message_send.h"
+#include "appkit_classes.h"
 
 extern "C" void objc_msgSend();
 extern "C" void objc_msgSend_stret();
 
 namespace scripted_appkit {
 
-extern char screenClass asm("OBJC_CLASS_$_NSScreen");
-
 namespace {
 
+using appkit::screenClass;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
