@@ -1,0 +1,5 @@
+#include "shared_by_images.h"
+
+int contestedNumber() {
+    return 52;
+}
