@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <new>
 
 #include "column_plan.h"
 #include "kernels.h"
@@ -109,7 +108,9 @@ class Interpolation {
         thread_local ColumnPlan plan;
         try {
             plan.prepare(kernels_, sourceSize_.width, targetSize_.width, bytesPerPixel_);
-        } catch (const std::bad_alloc&) {
+        } catch (...) {
+            // Memory ran out. Whose std::bad_alloc it is depends on whose operator new the process
+            // has: a library that holds a C++ library of its own does not know another's.
             return;
         }
         if (plan.kernel() == nullptr) {

@@ -7,7 +7,8 @@
 // Of all threads, since the program began.
 size_t allocationsSoFar();
 
-// Whether those that ask for an alignment are among them: ThreadSanitizer does not tell of these.
+// Whether those that ask the C library for an alignment are among them: ThreadSanitizer does not
+// tell of these.
 bool areAlignedOnesCounted();
 
 #endif

@@ -84,17 +84,29 @@ size_t allocationsOf(Allocation allocate) {
     return after - before;
 }
 
+template <typename Item>
+size_t allocationsOfAVector() {
+    const size_t before = allocationsSoFar();
+    const std::vector<Item> items(100);
+    [[maybe_unused]] const Item* const volatile lookedAt = items.data();
+    return allocationsSoFar() - before;
+}
+
 // Without this, the tests above could not fail.
 TEST(AllocationsSoFar, countEveryWayToAllocate) {
     EXPECT_EQ(allocationsOf([] { return std::malloc(100); }), 1U);
     EXPECT_EQ(allocationsOf([] { return std::calloc(100, 2); }), 1U);
     EXPECT_EQ(allocationsOf([] { return std::realloc(nullptr, 100); }), 1U);
-    EXPECT_EQ(allocationsOf([] { return std::aligned_alloc(64, 128); }),
+    EXPECT_EQ(allocationsOf([] {
+                  void* memory = nullptr;
+                  return posix_memalign(&memory, 64, 128) == 0 ? memory : nullptr;
+              }),
               areAlignedOnesCounted() ? 1U : 0U);
-    const size_t before = allocationsSoFar();
-    const std::vector<int> numbers(100);
-    [[maybe_unused]] const int* const volatile lookedAt = numbers.data();
-    EXPECT_EQ(allocationsSoFar() - before, 1U);
+    EXPECT_EQ(allocationsOfAVector<int>(), 1U);
+    struct alignas(64) Line {
+        unsigned char bytes[64];
+    };
+    EXPECT_EQ(allocationsOfAVector<Line>(), 1U);
 }
 
 }  // namespace
