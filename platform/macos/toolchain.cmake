@@ -28,12 +28,11 @@ set(CMAKE_OSX_SYSROOT "" CACHE STRING "")
 set(CMAKE_C_COMPILER ${QOR_MACOS_COMPILER} cc)
 set(CMAKE_CXX_COMPILER ${QOR_MACOS_COMPILER} c++)
 set(CMAKE_OBJCXX_COMPILER ${QOR_MACOS_COMPILER} c++)
-# After the compiler's own directories: its <mach/mach.h> is macOS's own. Unwinding tables are written
-# out in full, in the form that other systems read as well.
+# After the compiler's own directories: its <mach/mach.h> is macOS's own.
 set(declarations "\"-I${CMAKE_CURRENT_LIST_DIR}/include\" -idirafter \"${CMAKE_CURRENT_LIST_DIR}/../linux/include\"")
 foreach(language C CXX OBJCXX)
     set(CMAKE_${language}_COMPILER_TARGET ${target})
-    set(CMAKE_${language}_FLAGS_INIT "${declarations} -femit-dwarf-unwind=always")
+    set(CMAKE_${language}_FLAGS_INIT "${declarations}")
 endforeach()
 # CMake names the language in a way of which the compiler says that it has no use for it.
 string(APPEND CMAKE_OBJCXX_FLAGS_INIT " -Wno-unused-command-line-argument")

@@ -45,6 +45,8 @@ std::atomic<bool> failed{false};
 
 std::atomic<size_t> failingSingleSize{0};
 
+std::atomic<size_t> inUse{0};
+
 std::mutex keptMutex;
 std::atomic<size_t> keptFreed{0};
 
@@ -71,6 +73,19 @@ void keepIfWatched(size_t size, void* block) {
     if (failingSize == size) {
         const std::lock_guard<std::mutex> lock(keptMutex);
         keptBlocks().push_back(block);
+    }
+}
+
+void* counted(void* block) {
+    if (block != nullptr) {
+        ++inUse;
+    }
+    return block;
+}
+
+void countAsFreed(void* block) {
+    if (block != nullptr) {
+        --inUse;
     }
 }
 
@@ -122,6 +137,10 @@ void failSingleAllocation(size_t size) {
     failingSingleSize = size;
 }
 
+size_t blocksInUse() {
+    return inUse;
+}
+
 }  // namespace memory_faults
 
 int memset_s(void* dest, size_t destSize, int value, size_t count) {
@@ -145,28 +164,36 @@ int strncpy_s(char* dest, size_t destSize, const char* src, size_t count) {
     return failure != 0 ? failure : next(dest, destSize, src, count);
 }
 
-void* operator new(size_t size) {
+INTERPOSED void* operator new(size_t size) {
     static const auto next = nextDefinition<void* (*)(size_t)>("_Znwm");
     size_t failing = size;
     if (size != 0 && failingSingleSize.compare_exchange_strong(failing, 0)) {
         throw std::bad_alloc();
     }
-    return next(size);
+    return counted(next(size));
+}
+
+INTERPOSED void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
 // Both forms, so that it does not matter which one the library allocates its buffers with.
 
-void* operator new[](size_t size) {
+INTERPOSED void* operator new[](size_t size) {
     static const auto next = nextDefinition<void* (*)(size_t)>("_Znam");
     if (allocationFails(size)) {
         throw std::bad_alloc();
     }
-    void* const block = next(size);
+    void* const block = counted(next(size));
     keepIfWatched(size, block);
     return block;
 }
 
-void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+INTERPOSED void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     try {
         return operator new[](size);
     } catch (const std::bad_alloc&) {
@@ -175,31 +202,44 @@ void* operator new[](size_t size, const std::nothrow_t&) noexcept {
 }
 
 // Large frames are aligned.
-void* operator new[](size_t size, std::align_val_t alignment, const std::nothrow_t& tag) noexcept {
+INTERPOSED void* operator new[](size_t size, std::align_val_t alignment,
+                                const std::nothrow_t& tag) noexcept {
     static const auto next =
         nextDefinition<void* (*)(size_t, std::align_val_t, const std::nothrow_t&)>(
             "_ZnamSt11align_val_tRKSt9nothrow_t");
     if (allocationFails(size)) {
         return nullptr;
     }
-    void* const block = next(size, alignment, tag);
+    void* const block = counted(next(size, alignment, tag));
     keepIfWatched(size, block);
     return block;
 }
 
-void operator delete[](void* block, std::align_val_t alignment) noexcept {
+INTERPOSED void operator delete[](void* block, std::align_val_t alignment) noexcept {
     static const auto next =
         nextDefinition<void (*)(void*, std::align_val_t)>("_ZdaPvSt11align_val_t");
     countIfKept(block);
+    countAsFreed(block);
     next(block, alignment);
 }
 
-void operator delete[](void* block) noexcept {
+INTERPOSED void operator delete[](void* block) noexcept {
     static const auto next = nextDefinition<void (*)(void*)>("_ZdaPv");
     countIfKept(block);
+    countAsFreed(block);
     next(block);
 }
 
-void operator delete[](void* block, size_t) noexcept {
+INTERPOSED void operator delete(void* block) noexcept {
+    static const auto next = nextDefinition<void (*)(void*)>("_ZdlPv");
+    countAsFreed(block);
+    next(block);
+}
+
+INTERPOSED void operator delete(void* block, size_t) noexcept {
+    operator delete(block);
+}
+
+INTERPOSED void operator delete[](void* block, size_t) noexcept {
     operator delete[](block);
 }

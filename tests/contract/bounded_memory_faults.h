@@ -1,5 +1,5 @@
 // Stands in front of the bounded memory functions, memset_s, memcpy_s and strncpy_s, and of
-// operator new, and makes them fail on request.
+// operator new and delete: makes them fail on request, and counts what is in use.
 #ifndef CONTRACT_BOUNDED_MEMORY_FAULTS_H
 #define CONTRACT_BOUNDED_MEMORY_FAULTS_H
 
@@ -25,6 +25,9 @@ size_t skippedOnesFreed();
 // The next allocation of a single object of exactly size bytes, a vector's storage among them,
 // fails.
 void failSingleAllocation(size_t size);
+
+// The blocks that were allocated by operator new and are not freed.
+size_t blocksInUse();
 
 }  // namespace memory_faults
 

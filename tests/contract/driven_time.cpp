@@ -1,5 +1,6 @@
 #include "driven_time.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -40,22 +41,24 @@ Clock& theClock() {
     return Clock::instance();
 }
 
-// Counts a thread as asleep, also when it is cancelled there.
-class Asleep {
-  public:
-    explicit Asleep(Clock& clock) : clock_(clock) { ++clock_.asleep; }
-    ~Asleep() { --clock_.asleep; }
-    Asleep(const Asleep&) = delete;
-    Asleep& operator=(const Asleep&) = delete;
+using SleepersLock = std::unique_lock<std::mutex>;
 
-  private:
-    Clock& clock_;
-};
+// For a thread that is cancelled in its sleep: it holds the lock again then, and not every system
+// runs its destructors.
+void giveSleepUp(void* sleepersLock) {
+    --theClock().asleep;
+    static_cast<SleepersLock*>(sleepersLock)->unlock();
+}
 
-void sleepUntilWoken(Clock& clock, std::unique_lock<std::mutex>& lock) {
-    const Asleep asleep(clock);
+void sleepUntilWoken(Clock& clock, SleepersLock& lock) {
+    ++clock.asleep;
     clock.changed.notify_all();
-    clock.changed.wait(lock, [&clock] { return clock.free || clock.wakeUps > 0; });
+    pthread_cleanup_push(giveSleepUp, &lock);
+    while (!clock.free && clock.wakeUps == 0) {
+        clock.changed.wait(lock);
+    }
+    pthread_cleanup_pop(0);
+    --clock.asleep;
     if (clock.wakeUps > 0) {
         --clock.wakeUps;
     }
@@ -134,7 +137,7 @@ uint32_t get_tick_count() {
 // A cancellation point, as the real one is.
 INTERPOSED int usleep(useconds_t microseconds) {
     Clock& clock = theClock();
-    std::unique_lock<std::mutex> lock(clock.mutex);
+    SleepersLock lock(clock.mutex);
     clock.sleeps.push_back(microseconds);
     clock.latest = microseconds;
     if (!clock.free) {

@@ -5,12 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <utility>
 
 #include "MonitorManager.h"
 #include "contract_test.h"
-#include "next_definition.h"
 #include "thread_watch.h"
 
 namespace {
@@ -20,8 +18,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-std::atomic<bool> additionsMakeNothing{false};
 
 // With a capture of the host's own under index 0, of monitor 0, method 4, share type 0, version 0:
 // a start of that kind keeps it.
@@ -33,11 +29,6 @@ class HostsCaptures : public ContractTest {
         capture_ = new HostsCapture("it");
         record().pCapture = capture_;
         forgetEverything();
-    }
-
-    void TearDown() override {
-        additionsMakeNothing = false;
-        ContractTest::TearDown();
     }
 
     static StructCaptureMgr& record() { return *CMonitorManager::GetInstance()->GetCaptureMgr(0); }
@@ -130,18 +121,6 @@ TEST_F(HostsCaptures, areStartedAlthoughTheyRefuseTheSize) {
     const Journal journal;
     EXPECT_EQ(start(), 0U);
     EXPECT_THAT(journal.entries(), testing::IsSupersetOf({"size 9 x 5", "start"}));
-}
-
-// As with a registry that a host has put in front of the library's.
-TEST_F(HostsCaptures, areNotMissedWhenAnAdditionMakesNone) {
-    CapMgr_StopCapture(0, 0);
-    CapMgr_SetMaxFrameRate(0, 9);
-    additionsMakeNothing = true;
-    trace_recorder::forget();
-    EXPECT_EQ(start(), 1U);
-    EXPECT_EQ(trace_recorder::messages().back(),
-              step("CPST", "start capture end", "[Ret:1, CapType:4, FrameRate:0]"));
-    EXPECT_EQ(thread_watch::created(), 0U);
 }
 
 TEST_F(HostsCaptures, areStoppedThenDeletedThenTheirWindowsForgotten) {
@@ -300,15 +279,3 @@ TEST_F(HostsCaptures, getTheBackgroundColour) {
 }
 
 }  // namespace
-
-// In front of the library's own.
-bool CMonitorManager::AddCaptureInstance(unsigned int dwCaptureIndex, unsigned int dwMonitorIndex,
-                                         CAP_METHOD nCaptureType, CAP_TYPE nShareType,
-                                         unsigned int dwCustomVersion, CAP_MODE eCapMode) {
-    using Addition = bool (*)(CMonitorManager*, unsigned int, unsigned int, CAP_METHOD, CAP_TYPE,
-                              unsigned int, CAP_MODE);
-    static const auto next = nextDefinition<Addition>(
-        "_ZN15CMonitorManager18AddCaptureInstanceEjj10CAP_METHOD8CAP_TYPEj8CAP_MODE");
-    return additionsMakeNothing || next(this, dwCaptureIndex, dwMonitorIndex, nCaptureType,
-                                        nShareType, dwCustomVersion, eCapMode);
-}

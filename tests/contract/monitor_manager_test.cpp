@@ -1,12 +1,12 @@
 // CMonitorManager: the list of displays.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <algorithm>
 
 #include "Monitor.h"
 #include "MonitorManager.h"
+#include "bounded_memory_faults.h"
 #include "contract_test.h"
 #include "journal.h"
 #include "lock_recorder.h"
@@ -93,8 +93,7 @@ TEST_F(MonitorManager, swallowsWhatACleanupThrows) {
     EXPECT_EQ(manager().GetCount(), 1U);
 }
 
-// What one life of the manager left behind would add up to more than the bound. Where the
-// allocator is a sanitizer's, it does the looking.
+// What one life of the manager left behind would add up to more than the bound.
 TEST_F(MonitorManager, leavesNoMemoryBehind) {
     const auto lives = [this](int count) {
         for (int life = 0; life < count; ++life) {
@@ -103,11 +102,11 @@ TEST_F(MonitorManager, leavesNoMemoryBehind) {
             ContractTest::SetUp();
         }
     };
-    constexpr size_t kBound = 4096;
+    constexpr int kLives = 60;
     lives(3);  // until the recorders have the memory that they need
-    const size_t before = mallinfo2().uordblks;
-    lives(60);
-    EXPECT_LT(mallinfo2().uordblks, before + kBound);
+    const size_t before = memory_faults::blocksInUse();
+    lives(kLives);
+    EXPECT_LT(memory_faults::blocksInUse(), before + kLives);
 }
 
 TEST_F(MonitorManager, keepsThePlatformsOrder) {

@@ -1,4 +1,5 @@
-// The calendar clock as the script has it.
+// The calendar clock as the script has it. Where the system has Mach, its own header neither makes
+// these visible nor knows mach_task_self as a function.
 #include <mach/clock.h>
 #include <mach/mach.h>
 
@@ -15,17 +16,22 @@ constexpr mach_port_t kCalendarPort = 0x1007;
 
 }  // namespace
 
-mach_port_t mach_host_self() {
+SCRIPTED_API mach_port_t mach_host_self() {
     const Invocation call("mach_host_self");
     return kHostPort;
 }
 
+#ifdef mach_task_self
+SCRIPTED_API mach_port_t mach_task_self_ = kTaskPort;
+#else
 mach_port_t mach_task_self() {
     const Invocation call("mach_task_self");
     return kTaskPort;
 }
+#endif
 
-kern_return_t host_get_clock_service(host_t host, clock_id_t clockId, mach_port_t* clock) {
+SCRIPTED_API kern_return_t host_get_clock_service(host_t host, clock_id_t clockId,
+                                                  mach_port_t* clock) {
     const Invocation call("host_get_clock_service", host, clockId, Output{clock});
     if (call.fails() || host != kHostPort || clockId != CALENDAR_CLOCK) {
         return KERN_FAILURE;
@@ -35,7 +41,7 @@ kern_return_t host_get_clock_service(host_t host, clock_id_t clockId, mach_port_
     return KERN_SUCCESS;
 }
 
-kern_return_t clock_get_time(clock_serv_t clock, mach_timespec_t* currentTime) {
+SCRIPTED_API kern_return_t clock_get_time(clock_serv_t clock, mach_timespec_t* currentTime) {
     const Invocation call("clock_get_time", clock, Output{currentTime});
     if (call.fails() || clock != kCalendarPort) {
         return KERN_FAILURE;
@@ -44,7 +50,7 @@ kern_return_t clock_get_time(clock_serv_t clock, mach_timespec_t* currentTime) {
     return KERN_SUCCESS;
 }
 
-kern_return_t mach_port_deallocate(ipc_space_t task, mach_port_name_t name) {
+SCRIPTED_API kern_return_t mach_port_deallocate(ipc_space_t task, mach_port_name_t name) {
     const Invocation call("mach_port_deallocate", task, name);
     if (call.fails() || task != kTaskPort || name != kCalendarPort ||
         call.script().clockPorts == 0) {

@@ -33,27 +33,6 @@ class CancellationGuard {
     int before_ = 0;
 };
 
-// Marks a thread as hanging, also when it is cancelled there.
-class HangingMark {
-  public:
-    HangingMark(bool& hanging, std::condition_variable& changed)
-        : hanging_(hanging), changed_(changed) {
-        set(true);
-    }
-    ~HangingMark() { set(false); }
-    HangingMark(const HangingMark&) = delete;
-    HangingMark& operator=(const HangingMark&) = delete;
-
-  private:
-    void set(bool hanging) {
-        hanging_ = hanging;
-        changed_.notify_all();
-    }
-
-    bool& hanging_;
-    std::condition_variable& changed_;
-};
-
 }  // namespace
 
 Script& Script::instance() {
@@ -169,8 +148,26 @@ void Script::hangIfTold(const std::string& function) {
         return;
     }
     const CancellationGuard guard(!hangCancellable_);
-    const HangingMark mark(hanging_, hangChanged_);
-    hangChanged_.wait(lock, [this] { return hangFunction_.empty(); });
+    hang(lock);
+}
+
+// Where a thread is cancelled, not every system runs the destructors.
+void Script::hang(std::unique_lock<std::mutex>& lock) {
+    hanging_ = true;
+    hangChanged_.notify_all();
+    Hang hang{*this, lock};
+    pthread_cleanup_push(endHang, &hang);
+    while (!hangFunction_.empty()) {
+        hangChanged_.wait(lock);
+    }
+    pthread_cleanup_pop(1);
+}
+
+void Script::endHang(void* hang) {
+    auto& [script, lock] = *static_cast<Hang*>(hang);
+    script.hanging_ = false;
+    script.hangChanged_.notify_all();
+    lock.unlock();
 }
 
 bool Script::awaitHang() {

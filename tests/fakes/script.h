@@ -81,6 +81,14 @@ class Script {
     bool takesFailure(const std::string& function);
     void hangIfTold(const std::string& function);
 
+    // A thread in its hang; lock holds hangMutex_, and is free when it ends, cancelled or not.
+    struct Hang {
+        Script& script;
+        std::unique_lock<std::mutex>& lock;
+    };
+    void hang(std::unique_lock<std::mutex>& lock);
+    static void endHang(void* hang);
+
     std::recursive_mutex mutex_;
     ObjectTable objects_;
     std::vector<Display> displays_;
