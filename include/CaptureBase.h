@@ -25,7 +25,10 @@
 #include "vqutilc.h"
 
 class CMonitor;
+
+namespace qor {
 struct ThreadRun;
+}
 
 class CAPMGR_API CCaptureBase {
   public:
@@ -66,7 +69,11 @@ class CAPMGR_API CCaptureBase {
 
     /*
      * Ends the thread, waiting up to 3000 ms for it, then cancelling it; comes back within 3.2 s
-     * whatever holds the thread up.
+     * whatever holds the thread up, unless another thread of the host keeps the frame locked.
+     *
+     * Cancellation is not let in while CaptureThreadMsgProc, DoCapture, Init or UnInit run. One
+     * that comes back only after that must not use the object any more, which may be gone; the
+     * thread then ends.
      */
     void StopCapture();
 
@@ -96,7 +103,8 @@ class CAPMGR_API CCaptureBase {
     /* Counts a delivered frame. */
     void OnCaptureSuccess();
 
-    /* Thread entry; param is the CCaptureBase. Returns null. */
+    /* Thread entry; param is the CCaptureBase. Returns null. Lets no exception by: not to be called
+     * where one is caught. */
     static void* CaptureThread(void* param);
     void Capture();
 
@@ -216,7 +224,7 @@ class CAPMGR_API CCaptureBase {
     CAPMGR_LOCAL void AbandonBuffers();
     CAPMGR_LOCAL void ResetUniformRun();
 
-    std::shared_ptr<ThreadRun> m_pThreadRun; /* of the newest start; never null */
+    std::shared_ptr<qor::ThreadRun> m_pThreadRun; /* of the newest start; never null */
 };
 
 #endif

@@ -6,7 +6,8 @@
  * functions are usable from C11 on, the classes from C++17 on.
  *
  * Threads: every function and member may be called from any thread at any time, except where a
- * member says otherwise.
+ * member says otherwise. A thread is not to be cancelled in any of them but
+ * VQ_Critical_Section::lock.
  */
 #ifndef QOR_CONF_VQUTILC_H
 #define QOR_CONF_VQUTILC_H

@@ -60,6 +60,16 @@ TEST_F(EngineLoop, waitsForNothingAfterInitFailed) {
     EXPECT_EQ(capture_.unInitCalls, 1) << "by the stop alone";
 }
 
+TEST_F(EngineLoop, isNotCancelledWhenItHasEndedAfterAll) {
+    capture_.init = [] { return false; };
+    capture_.StartCapture();
+    ASSERT_TRUE(thread_watch::awaitNone());
+    driven_time::timeOutNextEventWait();
+    capture_.StopCapture();
+    EXPECT_THAT(driven_time::eventWaits(), ElementsAre(3000U, 200U));
+    EXPECT_EQ(thread_watch::cancelled(), 0U);
+}
+
 // Given up: the object may be gone by the time the thread leaves.
 TEST_F(EngineLoop, isLeftAloneByAThreadThatWasGivenUp) {
     std::promise<void> captured;
@@ -80,6 +90,7 @@ TEST_F(EngineLoop, isLeftAloneByAThreadThatWasGivenUp) {
     givenUp.set_value();
     ASSERT_TRUE(thread_watch::awaitNone());
     EXPECT_FALSE(capture_.m_eventCaptureExit.wait(0)) << "not even its end is told";
+    EXPECT_EQ(capture_.m_dwFrameID, 0U) << "nor is the frame counted";
 }
 
 TEST_F(EngineLoop, startsAndStopsAsEverAfterAThreadWasGivenUp) {

@@ -9,7 +9,7 @@ namespace {
 
 struct HangingCall {
     const char* function;
-    bool cancellable;
+    bool cancellable;  // the platform's wait; it is not to be cut short either way
     bool withExclusions = false;
     bool fails = false;  // when it comes back
 };

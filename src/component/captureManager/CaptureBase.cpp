@@ -41,6 +41,12 @@ constexpr uint8_t kUnlockedWhileStopping = 0;
 constexpr uint8_t kUnlocked = 3;
 
 using SectionLock = std::lock_guard<VQ_Critical_Section>;
+using qor::CancellableLock;
+using qor::CaptureThreadScope;
+using qor::leaveIfGivenUp;
+using qor::sleepCancellably;
+using qor::ThreadGivenUp;
+using qor::ThreadRun;
 
 // Milliseconds from one frame to the next at rate frames a second.
 uint32_t framePeriodMs(int32_t rate) {
@@ -291,7 +297,9 @@ void CCaptureBase::SetCustomVersion(uint32_t nCustomVersion) {
 }
 
 void* CCaptureBase::CaptureThread(void* param) {
-    pthread_testcancel();  // given up before it began: the object may be gone
+    // Given up before it began: the object may be gone. Nothing can tell one that stalls right
+    // here.
+    pthread_testcancel();
     auto* const capture = static_cast<CCaptureBase*>(param);
     CaptureThreadScope scope(capture == nullptr ? nullptr : capture->m_pThreadRun);
     TRACE_INFO("CCaptureBase::CaptureThread()... Begin!");
@@ -311,8 +319,9 @@ void* CCaptureBase::CaptureThread(void* param) {
 
 // False when the thread was given up meanwhile. That exception must not pass the cleanup handler.
 bool CCaptureBase::RunOnThread() {
-    ResetStopEvent();
     try {
+        leaveIfGivenUp();
+        ResetStopEvent();
         Capture();
     } catch (const ThreadGivenUp&) {
         return false;
@@ -322,7 +331,9 @@ bool CCaptureBase::RunOnThread() {
 
 void CCaptureBase::Capture() {
     TRACE_INFO("CCaptureBase::Capture()... Begin");
-    if (!Init()) {
+    const bool isReady = Init();
+    leaveIfGivenUp();
+    if (!isReady) {
         TRACE_ERROR("CCaptureBase::Capture... Init failed");
         return;
     }
@@ -349,11 +360,14 @@ bool CCaptureBase::CaptureRound(FailureRun& run) {
     const uint32_t period = framePeriodMs(m_nCurFrameRate);
     const uint32_t roundStart = get_tick_count();
     CaptureThreadMsgProc();
+    leaveIfGivenUp();
     if (m_bPause) {
         sleepCancellably(kPauseSleepUs);
         return true;
     }
-    if (!DoCapture()) {
+    const bool isCaptured = DoCapture();
+    leaveIfGivenUp();
+    if (!isCaptured) {
         return RetryAfterFailure(run, roundStart, period);
     }
     run = {};
@@ -566,7 +580,7 @@ void CCaptureBase::UpdateBuffer(const unsigned char* pData, unsigned int nLen) {
     if (m_bPause) {
         return;
     }
-    const SectionLock lock(m_csBuffer);
+    const CancellableLock lock(m_csBuffer);
     if (m_dwUpdateCount % kTracedFrameInterval == 0) {
         TRACE_INFO("CCaptureBase::Capture... UpdateBuffer capture success  ID:", m_dwUpdateCount);
     }

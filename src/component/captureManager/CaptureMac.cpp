@@ -16,6 +16,10 @@
 
 namespace {
 
+using qor::CancellableLock;
+using qor::leaveIfGivenUp;
+using qor::OnCancellation;
+
 constexpr char kSourcePath[] = "src/component/captureManager/CaptureMac";
 
 constexpr uint32_t kBytesPerPixel = 4;
@@ -254,7 +258,7 @@ void CCaptureMac::ChangeBmpDataTo4BytesAligned() {
     if (m_pRowBuffer == nullptr || m_rcCapture.bottom <= m_rcCapture.top) {
         return;
     }
-    const std::lock_guard<VQ_Critical_Section> lock(m_csBuffer);
+    const CancellableLock lock(m_csBuffer);
     if (m_lpBuffer == nullptr) {
         return;
     }

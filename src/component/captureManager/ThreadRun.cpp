@@ -4,6 +4,8 @@
 
 #include <utility>
 
+namespace qor {
+
 namespace {
 
 thread_local CaptureThreadScope* currentScope = nullptr;
@@ -78,3 +80,5 @@ CancellableLock::CancellableLock(VQ_Critical_Section& section) : section_(sectio
     const CancellationAllowed allowed;
     section_.lock();
 }
+
+}  // namespace qor

@@ -15,6 +15,8 @@
 
 #include "vqutilc.h"
 
+namespace qor {
+
 // What a capture thread and its object share, owned by both: a thread that hangs in the platform
 // outlives the object.
 struct ThreadRun {
@@ -85,5 +87,7 @@ class CancellableLock {
   private:
     VQ_Critical_Section& section_;
 };
+
+}  // namespace qor
 
 #endif
