@@ -1,6 +1,7 @@
 // Stands in for the system library of macOS (libSystem) where a Mach-O image runs on Linux: the C
-// library of this system where both agree to the bit, an adapter where they do not. What belongs to
-// the dynamic loader (dlopen, dlsym, thread-local variables, lazy binding) is the loader's own.
+// library of this system where both agree as far as our programs can tell, an adapter where they do
+// not. What belongs to the dynamic loader (dlopen, dlsym, thread-local variables, lazy binding) is
+// the loader's own.
 //
 // Threads: any, once the images are loaded.
 #ifndef SYSTEM_LIBRARY_H
