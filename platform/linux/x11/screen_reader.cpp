@@ -74,8 +74,8 @@ ScreenReader::Outcome ScreenReader::read(ScreenFrame& frame, const PixelRect& pa
     std::optional<xcb_void_cookie_t> drawing;
     if (isDrawn)
         drawing = draw(frame, part);
-    Request<xcb_get_geometry_reply_t> geometryRequest(
-        connection_, xcb_get_geometry(connection_.handle(), connection_.screen().root));
+    const auto geometryCookie = xcb_get_geometry(connection_.handle(), connection_.screen().root);
+    Request<xcb_get_geometry_reply_t> geometryRequest(connection_, geometryCookie);
     Outcome outcome = Outcome::done;
     if (!isDrawn && !part.empty())
         outcome = readPixels(frame, part);
@@ -84,14 +84,21 @@ ScreenReader::Outcome ScreenReader::read(ScreenFrame& frame, const PixelRect& pa
         outcome = outcomeOfDrawing(*drawing);
     if (outcome == Outcome::failed || geometry == nullptr)
         return Outcome::failed;
-    root_ = {0, 0, geometry->width, geometry->height};
+    // A notice that was taken in meanwhile may be newer than the reply. An event carries the number
+    // of the last request that the server had come to.
+    if (static_cast<std::int32_t>(rootKnownAt_ - geometryCookie.sequence) < 0) {
+        root_ = {0, 0, geometry->width, geometry->height};
+        rootKnownAt_ = geometryCookie.sequence;
+    }
     return frame.visible == intersection(frame.area, root_) ? outcome : Outcome::outdated;
 }
 
 bool ScreenReader::take(const xcb_generic_event_t& event) noexcept {
     const auto& notice = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
-    if (event.response_type == XCB_CONFIGURE_NOTIFY && notice.window == connection_.screen().root)
+    if (event.response_type == XCB_CONFIGURE_NOTIFY && notice.window == connection_.screen().root) {
         root_ = {0, 0, notice.width, notice.height};
+        rootKnownAt_ = event.full_sequence;
+    }
     return false;
 }
 

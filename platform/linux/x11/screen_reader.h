@@ -79,6 +79,7 @@ class ScreenReader final : public EventListener {
     bool hasLookedForFormat_ = false;
     std::optional<RootFormat> format_;  // null too if it cannot be converted
     coregraphics::PixelRect root_;
+    std::uint32_t rootKnownAt_ = 0;  // the number of a request: root_ is as of then, or later
     std::optional<Picture> picture_;
 };
 
