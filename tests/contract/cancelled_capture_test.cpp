@@ -13,7 +13,21 @@ constexpr auto kBound = std::chrono::seconds(10);
 
 class CancelledCapture : public ContractTest {
   protected:
-    // Whether the thread has taken the bytes of one more image: it is on its way to the buffer.
+    // A capture that is stopped, and its thread cancelled, with an image in hand on its way to the
+    // buffer.
+    static unsigned int cancelled() {
+        const unsigned int index = startedCapture();
+        EXPECT_NE(CapMgr_LockScreenBuffer(index).pData, nullptr);
+        driven_time::wake();
+        EXPECT_TRUE(awaitImage());
+        driven_time::timeOutNextEventWait();
+        EXPECT_TRUE(CapMgr_StopCapture(index, 0));
+        EXPECT_EQ(thread_watch::cancelled(), 1U);
+        EXPECT_TRUE(thread_watch::awaitNone());
+        return index;
+    }
+
+  private:
     static bool awaitImage() {
         const auto end = std::chrono::steady_clock::now() + kBound;
         while (scripted::countCalls("CFDataGetBytePtr") == 0) {
@@ -26,27 +40,14 @@ class CancelledCapture : public ContractTest {
     }
 };
 
-// No destructor of the thread's may run, so the leak is told when the test ends.
+// No destructor of the thread's need have run.
 TEST_F(CancelledCapture, letsGoOfTheImageThatItHolds) {
-    const unsigned int index = startedCapture();
-    ASSERT_NE(CapMgr_LockScreenBuffer(index).pData, nullptr);
-    driven_time::wake();
-    ASSERT_TRUE(awaitImage());
-    driven_time::timeOutNextEventWait();
-    EXPECT_TRUE(CapMgr_StopCapture(index, 0));
-    EXPECT_EQ(thread_watch::cancelled(), 1U);
-    EXPECT_TRUE(thread_watch::awaitNone());
+    cancelled();
     EXPECT_EQ(scripted::leaks(), std::vector<std::string>());
 }
 
 TEST_F(CancelledCapture, isStartedAgainOnItsIndex) {
-    const unsigned int index = startedCapture();
-    ASSERT_NE(CapMgr_LockScreenBuffer(index).pData, nullptr);
-    driven_time::wake();
-    ASSERT_TRUE(awaitImage());
-    driven_time::timeOutNextEventWait();
-    EXPECT_TRUE(CapMgr_StopCapture(index, 0));
-    ASSERT_TRUE(thread_watch::awaitNone());
+    const unsigned int index = cancelled();
     driven_time::reset();
     EXPECT_EQ(CapMgr_StartCapture(index, 0, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
                                   PARALLEL_CAPTURE_MODE),
