@@ -1,3 +1,5 @@
+#include <nlohmann/json.hpp>
+
 #include "capmgr_fixture.h"
 #include "xvfb_server.h"
 
@@ -37,6 +39,21 @@ TEST_F(MonitorsTest, DepthOfTheServerIsShown) {
     const XvfbServer server("640x480x16");
     const ChildResult result = runCapmgr(server.display(), {"monitors"});
     EXPECT_THAT(result.output, ContainsRegex("640x480 +[0-9]+    16  yes\n$"));
+}
+
+TEST_F(MonitorsTest, JsonHoldsTheOneMonitorOfAPlainServer) {
+    const XvfbServer server("800x600x24");
+    const ChildResult result = runCapmgr(server.display(), {"monitors", "--json"});
+    EXPECT_EQ(result.status, 0);
+    const auto monitors = nlohmann::json::parse(result.output);
+    ASSERT_THAT(monitors, SizeIs(1));
+    EXPECT_EQ(monitors[0]["index"], 0);
+    EXPECT_EQ(monitors[0]["left"], 0);
+    EXPECT_EQ(monitors[0]["top"], 0);
+    EXPECT_EQ(monitors[0]["width"], 800);
+    EXPECT_EQ(monitors[0]["height"], 600);
+    EXPECT_EQ(monitors[0]["bits_per_pixel"], 32);
+    EXPECT_EQ(monitors[0]["primary"], true);
 }
 
 TEST_F(MonitorsTest, TraceIsShownOnlyWhenAskedFor) {

@@ -1,5 +1,6 @@
 /* What 'capmgr windows' lists. */
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "capmgr_fixture.h"
@@ -151,6 +152,20 @@ TEST_F(WindowsTest, TitleCannotDriveTheTerminal) {
     EXPECT_THAT(linesOf(result.output), SizeIs(2));
     EXPECT_THAT(result.output, HasSubstr("  one two [2J three"));
     EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+}
+
+TEST_F(WindowsTest, JsonHoldsWhatTheTableDoes) {
+    open("Editor", "one two");
+    const ChildResult result = runCapmgr(server.display(), {"windows", "--json"});
+    EXPECT_EQ(result.status, 0);
+    const auto windows = nlohmann::json::parse(result.output);
+    ASSERT_THAT(windows, SizeIs(1));
+    EXPECT_THAT(rows()[0], HasSubstr(std::to_string(windows[0]["number"].get<unsigned int>())));
+    EXPECT_EQ(windows[0]["kind"], "normal");
+    EXPECT_EQ(windows[0]["application"], "Editor");
+    EXPECT_EQ(windows[0]["title"], "one two");
+    EXPECT_EQ(windows[0]["width"], kArea.width);
+    EXPECT_EQ(windows[0]["height"], kArea.height);
 }
 
 TEST_F(WindowsTest, TerminalsOfAManagedDesktopAreListedAsTheManagerStacksThem) {

@@ -1,11 +1,21 @@
-/* The commands. Each runs to its end on the calling thread or throws Failure. */
+/*
+ * The commands. Each adds itself to the command line with its options, and when it is the one that
+ * was asked for, puts what is to be done into the invocation. That then runs to its end on the
+ * calling thread or throws Failure.
+ */
 #ifndef CAPMGR_COMMANDS_H
 #define CAPMGR_COMMANDS_H
 
+#include <functional>
+#include <optional>
+
 #include "console.h"
 #include "interruption.h"
-#include "options.h"
 #include "trace_output.h"
+
+namespace CLI {
+class App;
+}
 
 /* What every command works with. */
 struct Environment {
@@ -14,9 +24,15 @@ struct Environment {
     Interruption& interruption;
 };
 
-void monitorsCommand(Console& console);
-void windowsCommand(Console& console);
-void shotCommand(const Options& options, const Environment& environment);
-void runCommand(const Options& options, const Environment& environment);
+/* What a command line asks for. */
+struct Invocation {
+    std::optional<int> traceLevel;  // none: no trace is shown
+    std::function<void(const Environment&)> command;
+};
+
+void addMonitorsCommand(CLI::App& app, Invocation& invocation);
+void addWindowsCommand(CLI::App& app, Invocation& invocation);
+void addShotCommand(CLI::App& app, Invocation& invocation);
+void addRunCommand(CLI::App& app, Invocation& invocation);
 
 #endif

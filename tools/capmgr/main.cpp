@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <exception>
 
-#include "commands.h"
+#include "command_line.h"
 #include "failure.h"
 
 namespace {
@@ -25,23 +25,6 @@ void openMissingStreams() {
     }
 }
 
-void execute(const Options& options, const Environment& environment) {
-    switch (options.command) {
-        case Command::Monitors:
-            monitorsCommand(environment.console);
-            break;
-        case Command::Windows:
-            windowsCommand(environment.console);
-            break;
-        case Command::Shot:
-            shotCommand(options, environment);
-            break;
-        case Command::Run:
-            runCommand(options, environment);
-            break;
-    }
-}
-
 ExitStatus report(const char* line, ExitStatus status) {
     std::fprintf(stderr, "capmgr: %s\n", line);
     return status;
@@ -50,11 +33,11 @@ ExitStatus report(const char* line, ExitStatus status) {
 ExitStatus runProgram(int argc, char** argv) {
     try {
         Console console;
-        const std::optional<Options> options = parseOptions(argc, argv, console);
-        if (options) {
+        const std::optional<Invocation> invocation = parseCommandLine(argc, argv, console);
+        if (invocation) {
             Interruption interruption;
-            const TraceOutput trace(options->traceLevel);
-            execute(*options, {console, trace, interruption});
+            const TraceOutput trace(invocation->traceLevel);
+            invocation->command({console, trace, interruption});
         }
         console.finish();
         return ExitStatus::Success;

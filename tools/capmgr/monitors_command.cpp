@@ -1,10 +1,38 @@
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
+
 #include "commands.h"
-#include "monitor_choice.h"
+#include "json_output.h"
+#include "monitors.h"
 #include "table.h"
 
-void monitorsCommand(Console& console) {
+namespace {
+
+nlohmann::ordered_json describe(const CAP_MONITOR_INFO& monitor) {
+    const CAP_SIZE size = monitorSize(monitor);
+    return {{"index", monitor.dwIndex},
+            {"name", monitor.cstrName},
+            {"left", monitor.rcMonitor.left},
+            {"top", monitor.rcMonitor.top},
+            {"width", size.dwWidth},
+            {"height", size.dwHeight},
+            {"refresh_hz", monitor.dwFrequency},
+            {"bits_per_pixel", monitor.dwBitsPerPixel},
+            {"primary", monitor.bPrimary}};
+}
+
+void printMonitors(Console& console) {
+    auto document = nlohmann::ordered_json::array();
+    for (const CAP_MONITOR_INFO& monitor : listMonitors()) {
+        document.push_back(describe(monitor));
+    }
+    writeJson(console, document);
+}
+
+void showMonitors(Console& console) {
     using enum Table::Align;
     Table table({{"Index", Right},
                  {"Name", Left},
@@ -20,4 +48,17 @@ void monitorsCommand(Console& console) {
                    fmt::format("{}", monitor.dwBitsPerPixel), monitor.bPrimary ? "yes" : "no"});
     }
     console.write(table.text(std::nullopt));
+}
+
+}  // namespace
+
+void addMonitorsCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App& monitors = *app.add_subcommand("monitors", "list the monitors");
+    const auto json = std::make_shared<bool>(false);
+    addJsonOption(monitors, *json);
+    monitors.callback([json, &invocation] {
+        invocation.command = [json](const Environment& environment) {
+            *json ? printMonitors(environment.console) : showMonitors(environment.console);
+        };
+    });
 }

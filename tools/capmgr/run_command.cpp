@@ -1,20 +1,28 @@
+#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
+#include <memory>
 #include <optional>
+#include <string>
 
+#include "capture_choice.h"
 #include "commands.h"
 #include "failure.h"
 #include "frame_keeper.h"
 #include "frame_reader.h"
-#include "monitor_choice.h"
+#include "option_values.h"
 #include "output_directory.h"
 #include "output_file.h"
 #include "png_encoder.h"
 #include "progress.h"
 #include "run_summary.h"
-#include "window_choice.h"
 
 namespace {
+
+struct RunOptions {
+    CaptureOptions capture;
+    std::string directory = "captures";
+    double seconds = 5.0;
+};
 
 // How long an interruption may go unnoticed.
 constexpr std::chrono::milliseconds kTick{100};
@@ -44,9 +52,9 @@ class Pictures {
 };
 
 /* Captures until the time is up or an interruption comes. The time counts from the first frame. */
-void record(FrameReader& reader, const Options& options, const Environment& environment,
+void record(FrameReader& reader, double seconds, const Environment& environment,
             FrameKeeper& frames, Progress& progress) {
-    const std::chrono::duration<double> length(options.seconds);
+    const std::chrono::duration<double> length(seconds);
     Clock::time_point end = Clock::time_point::max();
     while (!environment.interruption.requested()) {
         const Clock::time_point deadline = std::min({end, progress.due(), Clock::now() + kTick});
@@ -66,15 +74,13 @@ void record(FrameReader& reader, const Options& options, const Environment& envi
 }
 
 /* The failure that ended the recording early, if one did. */
-std::optional<Failure> recordUntilFailure(const MonitorChoice& choice, const Options& options,
+std::optional<Failure> recordUntilFailure(const CaptureSettings& settings, double seconds,
                                           const Environment& environment, FrameKeeper& frames) {
     std::optional<Failure> failure;
-    Progress progress(environment.console, options.seconds);
+    Progress progress(environment.console, seconds);
     try {
-        FrameReader reader({choice.monitor.dwIndex, choice.size, options.framesPerSecond,
-                            options.excluded, options.window},
-                           environment.trace);
-        record(reader, options, environment, frames, progress);
+        FrameReader reader(settings, environment.trace);
+        record(reader, seconds, environment, frames, progress);
     } catch (const Failure& reason) {
         failure = reason;
     }
@@ -82,22 +88,48 @@ std::optional<Failure> recordUntilFailure(const MonitorChoice& choice, const Opt
     return failure;
 }
 
-}  // namespace
-
-void runCommand(const Options& options, const Environment& environment) {
-    const MonitorChoice choice = chooseMonitor(options);
-    checkWindows(options);
+void runCapture(const RunOptions& options, const Environment& environment) {
+    const CaptureChoice choice = chooseCapture(options.capture);
     OutputDirectory directory(options.directory);
     const Pictures pictures(directory.path());
     FrameKeeper frames;
-    const std::optional<Failure> failure = recordUntilFailure(choice, options, environment, frames);
+    const std::optional<Failure> failure =
+        recordUntilFailure(choice.settings, options.seconds, environment, frames);
     if (frames.frames() == 0) {
         throw failure.value_or(Failure("interrupted before a frame came; nothing was written"));
     }
     directory.keep();
     pictures.write(frames, environment.interruption);
-    environment.console.write(runSummary(frames, choice, pictures.paths()));
+    environment.console.write(runSummary(frames, choice.monitor, pictures.paths()));
     if (failure) {
         throw *failure;
     }
+}
+
+}  // namespace
+
+void addRunCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App& run = *app.add_subcommand(
+        "run", "capture a monitor for a while; writes three pictures and a summary");
+    const auto options = std::make_shared<RunOptions>();
+    addCaptureOptions(run, options->capture);
+    addRateOption(run, options->capture);
+    run.add_option_function<std::string>(
+           "--seconds",
+           [options](const std::string& text) {
+               options->seconds = parseSeconds("--seconds", text);
+           },
+           "how long, counted from the first frame (default: 5)")
+        ->type_name("S");
+    run.add_option_function<std::string>(
+           "--out",
+           [options](const std::string& text) { options->directory = parsePath("--out", text); },
+           "directory for first.png, middle.png and last.png, created if absent "
+           "(default: captures)")
+        ->type_name("DIR");
+    run.callback([options, &invocation] {
+        invocation.command = [options](const Environment& environment) {
+            runCapture(*options, environment);
+        };
+    });
 }

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "monitors.h"
+
 namespace {
 
 /* The value that `share` of the sorted ones do not exceed (nearest rank). */
@@ -25,15 +27,14 @@ std::string row(const std::string& name, const std::string& value) {
 
 }  // namespace
 
-std::string runSummary(const FrameKeeper& frames, const MonitorChoice& choice,
+std::string runSummary(const FrameKeeper& frames, const CAP_MONITOR_INFO& monitor,
                        const std::vector<std::filesystem::path>& pictures) {
     std::string text;
     text += row("frames", fmt::format("{} ({} missed)", frames.frames(), frames.missed()));
     text += row("rate", fmt::format("{:.1f} frames/s", frames.rate()));
     text += row("latency", latencyText(frames.latencies()));
     text += row("frame size", sizeText({frames.last().width, frames.last().height}));
-    text +=
-        row("monitor", fmt::format("{} ({})", choice.monitor.dwIndex, monitorName(choice.monitor)));
+    text += row("monitor", fmt::format("{} ({})", monitor.dwIndex, monitorName(monitor)));
     std::string name = "pictures";
     for (const std::filesystem::path& picture : pictures) {
         text += row(name, picture.string());

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "CaptureManager.h"
 #include "frame_keeper.h"
-#include "monitor_choice.h"
 
 /* The table that ends a run; frames holds one frame at least. */
-std::string runSummary(const FrameKeeper& frames, const MonitorChoice& choice,
+std::string runSummary(const FrameKeeper& frames, const CAP_MONITOR_INFO& monitor,
                        const std::vector<std::filesystem::path>& pictures);
 
 #endif

@@ -1,19 +1,26 @@
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
+#include <string>
 #include <utility>
 
+#include "capture_choice.h"
 #include "commands.h"
 #include "failure.h"
 #include "frame_reader.h"
-#include "monitor_choice.h"
+#include "monitors.h"
+#include "option_values.h"
 #include "output_file.h"
 #include "png_encoder.h"
-#include "window_choice.h"
 
 namespace {
 
-constexpr unsigned int kQuickestRate = 30;
+struct ShotOptions {
+    CaptureOptions capture;
+    std::string file;
+};
 
 // How long an interruption may go unnoticed.
 constexpr std::chrono::milliseconds kTick{100};
@@ -50,26 +57,38 @@ void awaitRest(FrameReader& reader, Frame& frame, const Environment& environment
     }
 }
 
-Frame takePicture(const MonitorChoice& choice, const Options& options,
-                  const Environment& environment) {
-    FrameReader reader(
-        {choice.monitor.dwIndex, choice.size, kQuickestRate, options.excluded, options.window},
-        environment.trace);
+Frame takePicture(const CaptureSettings& settings, const Environment& environment) {
+    FrameReader reader(settings, environment.trace);
     Frame frame = takeFrame(reader, environment);
-    if (options.window || !options.excluded.empty()) {
+    if (settings.window || !settings.excluded.empty()) {
         awaitRest(reader, frame, environment);
     }
     return frame;
 }
 
-}  // namespace
-
-void shotCommand(const Options& options, const Environment& environment) {
-    const MonitorChoice choice = chooseMonitor(options);
-    checkWindows(options);
+void takeShot(const ShotOptions& options, const Environment& environment) {
+    const CaptureChoice choice = chooseCapture(options.capture);
     const OutputFile file(options.file);
-    const Frame frame = takePicture(choice, options, environment);
+    const Frame frame = takePicture(choice.settings, environment);
     file.write(encodePng(frame), environment.interruption);
     environment.console.write(
         fmt::format("{}  {}\n", file.path().string(), sizeText({frame.width, frame.height})));
+}
+
+}  // namespace
+
+void addShotCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App& shot = *app.add_subcommand("shot", "write one frame of a monitor as a PNG picture");
+    const auto options = std::make_shared<ShotOptions>();
+    addCaptureOptions(shot, options->capture);
+    shot.add_option_function<std::string>(
+            "FILE", [options](const std::string& text) { options->file = parsePath("FILE", text); },
+            "picture to write; replaced when it exists")
+        ->type_name("")
+        ->required();
+    shot.callback([options, &invocation] {
+        invocation.command = [options](const Environment& environment) {
+            takeShot(*options, environment);
+        };
+    });
 }

@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "failure.h"
-#include "monitor_choice.h"
+#include "monitors.h"
 
 namespace {
 

@@ -1,9 +1,13 @@
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 
 #include "commands.h"
-#include "monitor_choice.h"
+#include "json_output.h"
+#include "monitors.h"
 #include "table.h"
 #include "window_list.h"
 
@@ -31,9 +35,27 @@ std::string known(const std::string& name) {
     return name.empty() ? "-" : name;
 }
 
-}  // namespace
+nlohmann::ordered_json describe(const Window& window) {
+    return {{"number", window.number},
+            {"layer", window.layer},
+            {"kind", kindOf(window.layer)},
+            {"left", window.left},
+            {"top", window.top},
+            {"width", window.width},
+            {"height", window.height},
+            {"application", window.application},
+            {"title", window.title}};
+}
 
-void windowsCommand(Console& console) {
+void printWindows(Console& console) {
+    auto document = nlohmann::ordered_json::array();
+    for (const Window& window : listWindows()) {
+        document.push_back(describe(window));
+    }
+    writeJson(console, document);
+}
+
+void showWindows(Console& console) {
     const std::vector<Window> windows = listWindows();
     if (windows.empty()) {
         console.write("There are no windows on screen.\n");
@@ -58,4 +80,17 @@ void windowsCommand(Console& console) {
                    known(window.title)});
     }
     console.write(table.text(console.lineWidth()));
+}
+
+}  // namespace
+
+void addWindowsCommand(CLI::App& app, Invocation& invocation) {
+    CLI::App& windows = *app.add_subcommand("windows", "list the windows on screen, front to back");
+    const auto json = std::make_shared<bool>(false);
+    addJsonOption(windows, *json);
+    windows.callback([json, &invocation] {
+        invocation.command = [json](const Environment& environment) {
+            *json ? printWindows(environment.console) : showWindows(environment.console);
+        };
+    });
 }

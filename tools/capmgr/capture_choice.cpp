@@ -1,20 +1,15 @@
-#include "monitor_choice.h"
+#include "capture_choice.h"
 
 #include <fmt/format.h>
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstdio>
 
 #include "failure.h"
+#include "monitors.h"
+#include "window_list.h"
 
 namespace {
-
-[[noreturn]] void failWithoutDisplay() {
-    const char* const display = std::getenv("DISPLAY");
-    const std::string where =
-        display == nullptr ? "DISPLAY is not set" : fmt::format("DISPLAY is '{}'", display);
-    throw Failure(fmt::format(
-        "cannot reach a display server ({}); set DISPLAY to one that is running", where));
-}
 
 CAP_MONITOR_INFO findMonitor(std::optional<unsigned int> wanted) {
     const std::vector<CAP_MONITOR_INFO> monitors = listMonitors();
@@ -36,7 +31,7 @@ std::string sizeComplaint(CAP_SIZE size, const std::string& most) {
 
 // Nonsense on any machine, so it does not matter whether the monitor can be found; but where it
 // can, its size makes the better message.
-void refuseEmptySize(const Options& options) {
+void refuseEmptySize(const CaptureOptions& options) {
     if (!options.size || (options.size->dwWidth != 0 && options.size->dwHeight != 0)) {
         return;
     }
@@ -49,40 +44,41 @@ void refuseEmptySize(const Options& options) {
     throw Failure(sizeComplaint(*options.size, most), ExitStatus::BadUsage);
 }
 
-}  // namespace
-
-std::vector<CAP_MONITOR_INFO> listMonitors() {
-    std::vector<CAP_MONITOR_INFO> monitors(CapMgr_GetMonitorCount());
-    if (monitors.empty()) {
-        failWithoutDisplay();
-    }
-    for (unsigned int index = 0; index < monitors.size(); ++index) {
-        CapMgr_GetMonitorInfo(index, &monitors[index]);
-    }
-    return monitors;
-}
-
-MonitorChoice chooseMonitor(const Options& options) {
-    refuseEmptySize(options);
-    const CAP_MONITOR_INFO monitor = findMonitor(options.monitor);
+CAP_SIZE frameSize(const CaptureOptions& options, const CAP_MONITOR_INFO& monitor) {
     const CAP_SIZE most = monitorSize(monitor);
     const CAP_SIZE size = options.size.value_or(most);
     if (size.dwWidth > most.dwWidth || size.dwHeight > most.dwHeight) {
         throw Failure(sizeComplaint(size, sizeText(most)));
     }
-    return {monitor, size};
+    return size;
 }
 
-CAP_SIZE monitorSize(const CAP_MONITOR_INFO& monitor) {
-    const tagCaptureRect& area = monitor.rcMonitor;
-    return {static_cast<std::uint32_t>(area.right - area.left),
-            static_cast<std::uint32_t>(area.bottom - area.top)};
+void checkWindows(const CaptureOptions& options) {
+    if (!options.window && options.excluded.empty()) {
+        return;
+    }
+    const std::vector<Window> windows = listWindows();
+    const auto isOnScreen = [&windows](std::uint32_t number) {
+        return std::any_of(windows.begin(), windows.end(),
+                           [number](const Window& window) { return window.number == number; });
+    };
+    if (options.window && !isOnScreen(*options.window)) {
+        throw Failure(fmt::format("no window {} on screen; see 'capmgr windows'", *options.window));
+    }
+    for (const std::uint32_t number : options.excluded) {
+        if (!isOnScreen(number)) {
+            fmt::print(stderr, "note: no window {} on screen; nothing to leave out\n", number);
+        }
+    }
 }
 
-std::string sizeText(CAP_SIZE size) {
-    return fmt::format("{}x{}", size.dwWidth, size.dwHeight);
-}
+}  // namespace
 
-std::string monitorName(const CAP_MONITOR_INFO& monitor) {
-    return monitor.cstrName[0] == '\0' ? "(unnamed)" : monitor.cstrName;
+CaptureChoice chooseCapture(const CaptureOptions& options) {
+    refuseEmptySize(options);
+    const CAP_MONITOR_INFO monitor = findMonitor(options.monitor);
+    const CAP_SIZE size = frameSize(options, monitor);
+    checkWindows(options);
+    return {monitor,
+            {monitor.dwIndex, size, options.framesPerSecond, options.excluded, options.window}};
 }

@@ -1,0 +1,82 @@
+#include "command_line.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "failure.h"
+#include "option_values.h"
+
+namespace {
+
+void describe(CLI::App& app, Invocation& invocation) {
+    app.set_version_flag("--version", "capmgr " CAPMGR_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_option_function<std::string>(
+           "--trace",
+           [&invocation](const std::string& text) {
+               invocation.traceLevel = parseTraceLevel("--trace", text);
+           },
+           "show the library's trace on standard error up to LEVEL: -1 nothing, 0 errors, "
+           "1 warnings, 2 information, 3 per-frame detail (default: none is shown)")
+        ->type_name("LEVEL");
+    addMonitorsCommand(app, invocation);
+    addWindowsCommand(app, invocation);
+    addShotCommand(app, invocation);
+    addRunCommand(app, invocation);
+    app.footer("Exit status: 0 done, 1 failed, 2 bad usage.");
+}
+
+// "monitors, windows, shot or run"
+std::string commandNames(const CLI::App& app) {
+    std::string names;
+    const std::vector<const CLI::App*> commands =
+        app.get_subcommands([](const CLI::App*) { return true; });
+    for (const CLI::App* command : commands) {
+        const char* const separator = command == commands.back() ? " or " : ", ";
+        names += (names.empty() ? "" : separator) + command->get_name();
+    }
+    return names;
+}
+
+// The parser's own words for a missing or misspelt command name neither it nor the possible ones.
+std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> unknown = app.remaining();
+    const bool commandGiven = !app.get_subcommands().empty();
+    if (!commandGiven && !unknown.empty()) {
+        const bool option = unknown.front().starts_with('-');
+        return option
+                   ? fmt::format("'{}' is not an option", unknown.front())
+                   : fmt::format("'{}' is not a command: {}", unknown.front(), commandNames(app));
+    }
+    if (!commandGiven && error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
+        return "a command is required: " + commandNames(app);
+    }
+    std::string text = error.what();
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+}  // namespace
+
+std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& console) {
+    Invocation invocation;
+    CLI::App app("Captures monitors through the capture manager.", "capmgr");
+    describe(app, invocation);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& asked) {
+        std::ostringstream answer;
+        app.exit(asked, answer, answer);
+        console.write(answer.str());
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw Failure(complaint(app, error) + "; see 'capmgr --help'", ExitStatus::BadUsage);
+    }
+    return invocation;
+}

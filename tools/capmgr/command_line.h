@@ -1,0 +1,16 @@
+/* The command line as a whole: which command is to be run, and how. */
+#ifndef CAPMGR_COMMAND_LINE_H
+#define CAPMGR_COMMAND_LINE_H
+
+#include <optional>
+
+#include "commands.h"
+
+/*
+ * What a command line asks for, or none when it asked for help or the version, which are then
+ * written to the console. Throws Failure (bad usage) for anything that makes no sense. Nothing here
+ * looks at the machine.
+ */
+std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& console);
+
+#endif
