@@ -9,8 +9,8 @@ target_compile_options(qor_project_options INTERFACE
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
 
 # Symbols are resolved when a library is loaded, never inside it, so that a replacement of a support
-# or platform library takes effect; what is missing is an error when linking, not when running (but for what is
-# bound weakly: src/component/captureManager/DisplayImages.h).
+# or platform library takes effect; what is missing is an error when linking, not when running (but
+# for what is bound weakly: src/component/captureManager/DisplayImages.h).
 if(NOT APPLE)
     if(NOT QOR_SANITIZE)
         target_link_options(qor_project_options INTERFACE -Wl,-z,defs)

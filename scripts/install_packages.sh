@@ -1,14 +1,18 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
-#   install_packages GROUP...   installs what is missing of the groups build, run, test, coverage,
-#                               bench, macos and profile
+#   install_packages GROUP...   installs what is missing of the groups build, tools, run, test,
+#                               coverage, bench, macos and profile
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
     g++ cmake ninja-build pkg-config
-    libcli11-dev libfmt-dev libpng-dev libutf8proc-dev nlohmann-json3-dev
     libxcb1-dev libxcb-composite0-dev libxcb-damage0-dev libxcb-randr0-dev libxcb-render0-dev
     libxcb-shape0-dev libxcb-shm0-dev libxcb-xfixes0-dev
+)
+
+# shellcheck disable=SC2034
+packages_of_tools=(
+    libcli11-dev libfmt-dev libpng-dev libutf8proc-dev nlohmann-json3-dev
 )
 
 # shellcheck disable=SC2034
@@ -29,7 +33,7 @@ packages_of_coverage=(gcovr)
 
 # shellcheck disable=SC2034
 packages_of_bench=(
-    libbenchmark-dev
+    libbenchmark-dev libcli11-dev libfmt-dev nlohmann-json3-dev
     libavutil-dev libopencv-imgproc-dev libpixman-1-dev libswscale-dev libyuv-dev
     ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
 )
