@@ -43,8 +43,8 @@ TEST_P(RefusalTest, TellsInOneLineAndLeavesNothing) {
 }
 
 const Refusal kBadUsage[] = {
-    {"NoCommand", {}, 2, "a command is required: monitors, windows, shot, "},
-    {"UnknownCommand", {"snap"}, 2, "'snap' is not a command: monitors, windows, shot, "},
+    {"NoCommand", {}, 2, "a command is required: monitors, windows, shot"},
+    {"UnknownCommand", {"snap"}, 2, "'snap' is not a command: monitors, windows, shot"},
     {"UnknownGlobalOption", {"--nope"}, 2, "'--nope' is not an option"},
     {"UnknownOption", {"shot", "--sise", "1x1", "a.png"}, 2, "--sise"},
     {"NoFile", {"shot"}, 2, "FILE is required"},
