@@ -8,7 +8,8 @@
 #include "images.h"
 #include "kxcommon64.h"
 
-#define IN_FRONT __attribute__((visibility("default")))
+// Not inlined, or the compiler sees free called on what a new expression gave.
+#define IN_FRONT __attribute__((visibility("default"), noinline))
 
 namespace {
 
