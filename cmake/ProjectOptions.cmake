@@ -2,8 +2,9 @@
 add_library(qor_project_options INTERFACE)
 
 target_compile_options(qor_project_options INTERFACE
-    -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-align
-    -Wnull-dereference -Wformat=2
+    # An error in this project's own tree; another's, with whatever compiler, is to be built all the same.
+    -Wall -Wextra -Wpedantic $<$<BOOL:${PROJECT_IS_TOP_LEVEL}>:-Werror>
+    -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wnull-dereference -Wformat=2
     $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual>
     # g++ 12 sees overlapping copies, which are not there, in the standard library's own strings.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
@@ -25,6 +26,19 @@ if(QOR_SANITIZE)
         -Wno-null-dereference)
     target_link_options(qor_project_options INTERFACE -fsanitize=${QOR_SANITIZE})
 endif()
+
+# The version in a library's names. On Linux the file is libNAME.so.0.1.0, hosts ask for libNAME.so.0, its
+# SONAME, and the linker for libNAME.so. Version 0 of the interface is kept by tests/package/interfaces/.
+function(qor_set_versions target)
+    if(APPLE)
+        set_target_properties(${target} PROPERTIES
+            MACHO_CURRENT_VERSION ${PROJECT_VERSION}
+            MACHO_COMPATIBILITY_VERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+    else()
+        set_target_properties(${target} PROPERTIES
+            VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    endif()
+endfunction()
 
 # Exports what the map beside the target's CMakeLists.txt lists, and nothing else. A linker for macOS
 # takes plain names, which are those of the kept list; the cross compiler's takes no list, so there the

@@ -1,14 +1,43 @@
 /*
- * The smallest host, in C: captures the primary monitor until a frame comes, then tells its size
- * and how bright it is.
+ * The smallest host, in C: lists the monitors, captures the primary one, and reads ten frames.
+ *
+ * Its exit status is 0 when it has read them, and 1 when there was no monitor, no capture or no
+ * frame.
  */
 #define _POSIX_C_SOURCE 200809L /* nanosleep */
+#include <CaptureManager.h>
 #include <stdio.h>
 #include <time.h>
 
-#include "CaptureManager.h"
+enum { kFrames = 10, kFramesPerSecond = 10, kPatienceSeconds = 5 };
 
-/* Mean of the blue, green and red bytes, 0 to 255. */
+/* Returns how many there are. */
+static unsigned int listMonitors(void) {
+    const unsigned int count = CapMgr_GetMonitorCount();
+    for (unsigned int index = 0; index < count; ++index) {
+        CAP_MONITOR_INFO monitor;
+        if (CapMgr_GetMonitorInfo(index, &monitor)) {
+            const tagCaptureRect area = monitor.rcMonitor;
+            printf("monitor %u: %s, %d x %d pixels%s\n", index, monitor.cstrName,
+                   (int)(area.right - area.left), (int)(area.bottom - area.top),
+                   monitor.bPrimary ? ", primary" : "");
+        }
+    }
+    return count;
+}
+
+static bool start(unsigned int capture, unsigned int monitor) {
+    CapMgr_SetMaxFrameRate(capture, kFramesPerSecond);
+    if (CapMgr_StartCapture(capture, monitor, CAP_METHOD_DEFAULT, CAP_TYPE_DESKTOP, 0,
+                            PARALLEL_CAPTURE_MODE) != 0) {
+        return false;
+    }
+    /* A capture begins with a few frames a second, whatever its maximum. */
+    CapMgr_UpdateFrameRate(capture, kFramesPerSecond);
+    return true;
+}
+
+/* Mean of the blue, green and red bytes, 0 to 255. A pixel's fourth byte carries no picture. */
 static double brightness(const CAP_DESKTOP_DATA* frame) {
     double sum = 0.0;
     for (uint32_t byte = 0; byte < frame->dwDataLen; byte += 4) {
@@ -17,33 +46,52 @@ static double brightness(const CAP_DESKTOP_DATA* frame) {
     return sum / (frame->dwDataLen / 4.0 * 3.0);
 }
 
-/* True once a frame was there. A screen of one colour is held back for about a second. */
-static bool reportFrame(unsigned int capture) {
+/* The newest frame is read in place: it stays as it is until it is unlocked. */
+static bool readFrame(unsigned int capture, int number) {
     const CAP_DESKTOP_DATA frame = CapMgr_LockScreenBuffer(capture);
     if (frame.pData == NULL) {
-        return false;
+        return false; /* none yet, and nothing to unlock */
     }
-    printf("%u x %u pixels, brightness %.1f\n", frame.dwWidth, frame.dwHeight, brightness(&frame));
+    printf("frame %d: %u x %u pixels, brightness %.1f\n", number, (unsigned int)frame.dwWidth,
+           (unsigned int)frame.dwHeight, brightness(&frame));
     CapMgr_UnlockScreenBuffer(capture);
     return true;
 }
 
+/*
+ * Nothing tells a new frame from the one before, so frames are read at the rate that was asked for.
+ * The first takes about a second on a screen of one colour: such frames are held back at first.
+ */
+static int readFrames(unsigned int capture) {
+    const struct timespec pause = {0, 1000000000L / kFramesPerSecond};
+    int frames = 0;
+    int misses = 0;
+    while (frames < kFrames && misses < kPatienceSeconds * kFramesPerSecond) {
+        nanosleep(&pause, NULL);
+        if (readFrame(capture, frames + 1)) {
+            ++frames;
+        } else {
+            ++misses;
+        }
+    }
+    return frames;
+}
+
 int main(void) {
-    const struct timespec pause = {0, 20 * 1000 * 1000};
+    if (listMonitors() == 0) {
+        fprintf(stderr, "host: there is no monitor, or no display server to ask for one\n");
+        return 1;
+    }
     const unsigned int capture = CapMgr_GenerateCaptureIndex();
-    if (CapMgr_StartCapture(capture, CapMgr_GetPrimaryMonitorIndex(), CAP_METHOD_DEFAULT,
-                            CAP_TYPE_DESKTOP, 0, PARALLEL_CAPTURE_MODE) != 0) {
+    if (!start(capture, CapMgr_GetPrimaryMonitorIndex())) {
         fprintf(stderr, "host: the capture did not start\n");
         return 1;
     }
-    bool done = false;
-    for (int attempt = 0; attempt < 250 && !done; ++attempt) {
-        nanosleep(&pause, NULL);
-        done = reportFrame(capture);
-    }
+    const int frames = readFrames(capture);
     CapMgr_StopCapture(capture, 0);
-    if (!done) {
-        fprintf(stderr, "host: no frame came\n");
+    if (frames < kFrames) {
+        fprintf(stderr, "host: only %d of %d frames came\n", frames, kFrames);
+        return 1;
     }
-    return done ? 0 : 1;
+    return 0;
 }

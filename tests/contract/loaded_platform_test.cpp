@@ -13,16 +13,18 @@ namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
 
-std::vector<std::string> loadedLibraries(const std::string& fileName) {
+// Those whose file's name begins so, whatever their version.
+std::vector<std::string> loadedLibraries(const std::string& beginning) {
     struct Search {
-        std::string fileName;
+        std::string beginning;
         std::vector<std::string> found;
-    } search{fileName, {}};
+    } search{beginning, {}};
     dl_iterate_phdr(
         [](dl_phdr_info* library, size_t, void* context) {
             auto* const state = static_cast<Search*>(context);
-            if (std::filesystem::path(library->dlpi_name).filename() == state->fileName) {
-                state->found.push_back(std::filesystem::canonical(library->dlpi_name));
+            const std::filesystem::path path(library->dlpi_name);
+            if (path.filename().string().starts_with(state->beginning)) {
+                state->found.push_back(std::filesystem::canonical(path));
             }
             return 0;
         },
@@ -32,7 +34,7 @@ std::vector<std::string> loadedLibraries(const std::string& fileName) {
 
 TEST(LoadedPlatform, isTheScriptedOneAlone) {
     EXPECT_THAT(loadedLibraries("libqor_coregraphics.so"),
-                ElementsAre(EndsWith("/tests/fakes/libqor_coregraphics.so")));
+                ElementsAre(EndsWith("/tests/fakes/libqor_coregraphics" LIBRARY_SUFFIX)));
 }
 
 }  // namespace

@@ -68,6 +68,11 @@ class Tree:
     def program(self) -> Path:
         return self.build / "bin/contract_test"
 
+    @property
+    def library(self) -> str:
+        """The file that the names of the library lead to."""
+        return str((self.build / LIBRARY).resolve().relative_to(self.build.resolve()))
+
     def make(self, jobs: int) -> None:
         # No debug information: a change without effect leaves the very same object file.
         _run(["cmake", "-S", str(self.root), "-B", str(self.build), "-G", "Ninja",
@@ -79,7 +84,7 @@ class Tree:
             if source.parent == self.root / SOURCES:
                 self.compile_commands[source.name] = _without_warnings(entry["command"])
         self._precompile_includes()
-        last = _run(["ninja", "-t", "commands", LIBRARY], self.build).strip().split("\n")[-1]
+        last = _run(["ninja", "-t", "commands", self.library], self.build).strip().split("\n")[-1]
         self.link_command = last.removeprefix(": && ").removesuffix(" && :")
         self._read_includes()
 
@@ -141,6 +146,9 @@ class Workshop:
             (self.directory / part).mkdir(parents=True)
         for file in (tree.root / SOURCES).iterdir():
             shutil.copy(file, self.directory / "src")
+        # The name that programs look for.
+        name = (tree.build / LIBRARY).readlink()
+        (self.directory / "lib" / name).symlink_to((tree.build / LIBRARY).resolve().name)
         self._originals = {source: self._compile(source) for source in tree.compile_commands}
         self._link()
 
@@ -157,7 +165,8 @@ class Workshop:
         for source in self.tree.compile_commands:
             command = command.replace(self.tree.object_of(source),
                                       str(self.directory / "objects" / f"{source}.o"))
-        command = command.replace(f"-o {LIBRARY}", f"-o {self.directory / LIBRARY}")
+        library = self.tree.library
+        command = command.replace(f"-o {library}", f"-o {self.directory / library}")
         # The libraries that it lies with otherwise.
         _run(f"{command} -Wl,-rpath,{shlex.quote(str(self.tree.build / 'lib'))}", self.tree.build)
 
