@@ -1,5 +1,6 @@
-/*
- * CCaptureMac: the CoreGraphics backend. Each frame is one image of the monitor's area: the desktop
+/** @file */
+/** @class CCaptureMac
+ * The CoreGraphics backend. Each frame is one image of the monitor's area: the desktop
  * less the excluded windows, or the shared application window. The image's bytes are taken as they
  * are, 32 bits a pixel, rows top-down.
  *
@@ -16,6 +17,7 @@
 
 class CAPMGR_API CCaptureMac : public CCaptureBase {
   public:
+    /** As CCaptureBase; asks for the display's size in points. */
     CCaptureMac(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type);
     ~CCaptureMac() override;
 
@@ -23,19 +25,21 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     bool Init() override;
     void UnInit() override;
 
-    /* 4. */
+    /** The backend's number: 4. */
     virtual int GetCaptureType();
 
-    /* Repacks the row buffer, rows of the image's own pitch, into the frame buffer. */
+    /** Repacks the row buffer, rows of the image's own pitch, into the frame buffer. */
     void ChangeBmpDataTo4BytesAligned();
 
   protected:
+    /** @cond */
     uint32_t m_dwDisplayID;
-    unsigned char* m_pRowBuffer; /* one frame at m_nBytesPerRow; null when rows are packed */
+    unsigned char* m_pRowBuffer; /**< one frame at m_nBytesPerRow; null when rows are packed */
     uint32_t m_nBytesPerRow;
     bool m_bRowsAligned;
-    uint32_t m_nCaptureWidth;  /* points */
-    uint32_t m_nCaptureHeight; /* points */
+    uint32_t m_nCaptureWidth;  /**< points */
+    uint32_t m_nCaptureHeight; /**< points */
+                               /** @endcond */
 
   private:
     struct CAPMGR_LOCAL CapturedFrame;
@@ -49,7 +53,7 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     CAPMGR_LOCAL void ClearFrame();
 };
 
-/*
+/**
  * Writes width x height 4-byte pixels, rows top-down, as a BMP file to path, for diagnosis.
  * bitCount goes into the header as it is. Does nothing when path cannot be opened;
  * without data, null, only the headers are written.

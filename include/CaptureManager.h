@@ -1,4 +1,4 @@
-/*
+/** @file
  * Screen-capture manager: the exported C interface of libqor_conf_capturemanager.
  *
  * Purpose
@@ -29,17 +29,18 @@
 #include <stdbool.h>
 #endif
 
-/* Everything the library exports is marked with the first; the second keeps a member of an exported
- * class out. */
+/** Marks everything that the library exports. */
 #define CAPMGR_API __attribute__((visibility("default")))
+/** Keeps a member of an exported class out. */
 #define CAPMGR_LOCAL __attribute__((visibility("hidden")))
 
-/* Bytes of a display name in a CAP_MONITOR_INFO, the terminating NUL included. */
+/** Bytes of a display name in a CAP_MONITOR_INFO, the terminating NUL included. */
 #define MAX_MONITOR_NAME_LEN 64
 
-/*
- * Enumerations cross the interface as 32-bit integers. C++ gets a fixed underlying type so that a
- * value outside the list, which the interface answers with a failure, is well defined.
+/**
+ * Makes an enumeration 32 bits wide, as all are that cross the interface. C++ gets a fixed
+ * underlying type so that a value outside the list, which the interface answers with a failure, is
+ * well defined.
  */
 #ifdef __cplusplus
 #define CAPMGR_INT32_ENUM : int
@@ -47,114 +48,121 @@
 #define CAPMGR_INT32_ENUM
 #endif
 
-/* How a capture runs. */
+/** How a capture runs. */
 typedef enum CAP_MODE CAPMGR_INT32_ENUM {
-    SERIAL_CAPTURE_MODE = 0, /* host captures on its own thread; becomes parallel if unsupported */
-    PARALLEL_CAPTURE_MODE = 1, /* the capture thread captures */
+    SERIAL_CAPTURE_MODE = 0,   /**< on the host's thread; parallel where that is unsupported */
+    PARALLEL_CAPTURE_MODE = 1, /**< the capture thread captures */
 } CAP_MODE;
 
-/* Which backend captures. Every other value makes a start fail. */
+/** Which backend captures. Every other value makes a start fail. */
 typedef enum CAP_METHOD CAPMGR_INT32_ENUM {
-    CAP_METHOD_DEFAULT = 0, /* the platform's own; resolves to CAP_METHOD_COREGRAPHICS */
-    CAP_METHOD_COREGRAPHICS = 4,
+    CAP_METHOD_DEFAULT = 0,      /**< the platform's own; resolves to CAP_METHOD_COREGRAPHICS */
+    CAP_METHOD_COREGRAPHICS = 4, /**< CoreGraphics, on Linux through libqor_coregraphics */
 } CAP_METHOD;
 
-/* What a capture shows. Any other value starts but captures nothing. */
+/** What a capture shows. Any other value starts but captures nothing. */
 typedef enum CAP_TYPE CAPMGR_INT32_ENUM {
-    CAP_TYPE_DESKTOP = 0,    /* the whole monitor less the excluded windows */
-    CAP_TYPE_APP_WINDOW = 1, /* the one shared application window */
+    CAP_TYPE_DESKTOP = 0,    /**< the whole monitor less the excluded windows */
+    CAP_TYPE_APP_WINDOW = 1, /**< the one shared application window */
 } CAP_TYPE;
 
-/* What CapMgr_SetExcludeWnd does with the list of excluded windows. Other values do nothing. */
+/** What CapMgr_SetExcludeWnd does with the list of excluded windows. Other values do nothing. */
 typedef enum tagCapExcWndActType CAPMGR_INT32_ENUM {
-    CAP_EXC_WND_CLEAR = 0, /* remove every window */
-    CAP_EXC_WND_ADD = 1,
-    CAP_EXC_WND_DELETE = 2,
+    CAP_EXC_WND_CLEAR = 0,  /**< remove every window */
+    CAP_EXC_WND_ADD = 1,    /**< add the window */
+    CAP_EXC_WND_DELETE = 2, /**< remove the window */
 } tagCapExcWndActType;
 
-/* What CapMgr_SetSharedAppWnd does. Any value but CAP_APP_WND_SET clears the shared window. */
+/** What CapMgr_SetSharedAppWnd does. Any value but CAP_APP_WND_SET clears the shared window. */
 typedef enum tagCapAppActType CAPMGR_INT32_ENUM {
-    CAP_APP_WND_CLEAR = 0,
-    CAP_APP_WND_SET = 1,
+    CAP_APP_WND_CLEAR = 0, /**< share no window */
+    CAP_APP_WND_SET = 1,   /**< share this window */
 } tagCapAppActType;
 
-/* A frame size in pixels. Valid only when both fields are non-zero; all zero means "not set". */
+/** A frame size in pixels. Valid only when both fields are non-zero; all zero means "not set". */
 typedef struct tag_Capture_SIZE {
-    uint32_t dwWidth;
-    uint32_t dwHeight;
+    uint32_t dwWidth;  /**< pixels */
+    uint32_t dwHeight; /**< pixels */
 } CAP_SIZE;
 
-/*
- * A rectangle in global display coordinates: origin at the upper left of the main display, y down;
- * right and bottom are exclusive.
+/**
+ * A rectangle in global display coordinates: origin at the upper left of the main display, y down.
  */
 typedef struct tagCaptureRect {
-    int32_t left;
-    int32_t top;
-    int32_t right;
-    int32_t bottom;
+    int32_t left;   /**< first column */
+    int32_t top;    /**< first row */
+    int32_t right;  /**< one past the last column */
+    int32_t bottom; /**< one past the last row */
 } tagCaptureRect;
 
-/* One display. */
+/** One display. */
 typedef struct tagCapMonitorInfo {
-    uint32_t dwIndex;                    /* the monitor index that was asked for */
-    char cstrName[MAX_MONITOR_NAME_LEN]; /* product name, UTF-8, cut to 63 bytes, NUL-terminated */
-    tagCaptureRect rcMonitor;
-    uint32_t dwFrequency; /* refresh rate, whole Hz; 0 when unknown */
-    uint32_t dwBitsPerPixel;
-    bool bPrimary; /* the main display */
+    uint32_t dwIndex;                    /**< the monitor index that was asked for */
+    char cstrName[MAX_MONITOR_NAME_LEN]; /**< product name, UTF-8, cut to 63 bytes and a NUL */
+    tagCaptureRect rcMonitor;            /**< its place and size; see CMonitor::GetMonitorRect */
+    uint32_t dwFrequency;                /**< refresh rate, whole Hz; 0 when unknown */
+    uint32_t dwBitsPerPixel;             /**< 32, 16 or 8; 0 when unknown */
+    bool bPrimary;                       /**< the main display */
 } CAP_MONITOR_INFO;
 
-/*
+/**
  * One captured frame. Rows run top-down, dwWidth * 4 bytes each without gaps; 4 bytes a pixel in
- * the display's own order: blue, green, red, and a fourth that carries no picture. All zero when no
- * frame is available.
+ * the display's own order: blue, green, red, and a fourth that carries no picture. Without a frame
+ * pData is null, and nothing else in the record means anything.
  */
 typedef struct tagCapDesktopData {
-    uint8_t* pData;        /* owned by the library; readable until the frame is unlocked */
-    uint64_t reserved1[4]; /* zero */
-    uint32_t dwDataLen;    /* dwWidth * dwHeight * 4 */
-    uint32_t dwWidth;      /* pixels */
-    uint32_t dwHeight;     /* pixels */
-    uint32_t reserved2;    /* zero */
+    uint8_t* pData;        /**< owned by the library; readable until the frame is unlocked */
+    uint64_t reserved1[4]; /**< zero */
+    uint32_t dwDataLen;    /**< dwWidth * dwHeight * 4 */
+    uint32_t dwWidth;      /**< pixels */
+    uint32_t dwHeight;     /**< pixels */
+    uint32_t reserved2;    /**< zero */
 } CAP_DESKTOP_DATA;
 
-/* Screen rectangle of CapMgr_MonitorScreenInfo; <CoreGraphics/CGGeometry.h> defines it. */
+/** Screen rectangle of CapMgr_MonitorScreenInfo; <CoreGraphics/CGGeometry.h> defines it. */
 struct CGRect;
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/* ---- Displays ------------------------------------------------------------------------------
+/** @name Displays
  * A monitor index is a position in the list that the last enumeration made: 0 is the main display.
- */
+ * @{ */
 
-/* Number of displays, those made by CapMgr_GenerateMonitor included. */
+/** Number of displays, those made by CapMgr_GenerateMonitor included. */
 CAPMGR_API unsigned int CapMgr_GetMonitorCount(void);
 
-/*
+/**
  * Describes the display at dwIndex in *pMonitorInfo (owned by the host, always cleared first).
  * False for a null pointer or an index at or past the count; the record is then all zero.
  */
 CAPMGR_API bool CapMgr_GetMonitorInfo(unsigned int dwIndex, CAP_MONITOR_INFO* pMonitorInfo);
 
-/* Index of the main display, of the first other one; 0 when there is none. */
+/** Index of the main display; 0 when there is none. */
 CAPMGR_API unsigned int CapMgr_GetPrimaryMonitorIndex(void);
+
+/** Index of the first display that is not the main one; 0 when there is none. */
 CAPMGR_API unsigned int CapMgr_GetSecondaryMonitorIndex(void);
 
-/*
+/**
  * Appends a virtual monitor of the given size (pixels) and depth (bits per pixel) to the list. It
- * goes away at the next enumeration; CapMgr_DestroyMonitor itself removes nothing.
+ * can be listed, not captured, and goes away at the next enumeration, which a start may bring
+ * about.
  */
 CAPMGR_API void CapMgr_GenerateMonitor(int nWidth, int nHeight, unsigned int nBitCount);
+
+/** Removes nothing: it is traced, and that is all. */
 CAPMGR_API void CapMgr_DestroyMonitor(void);
 
-/* Enumerates the displays anew. Call either one when the display configuration changed. */
+/** Enumerates the displays anew. To be called when they changed: the library does not watch them.
+ */
 CAPMGR_API void CapMgr_UpdateMonitor(void);
+
+/** As CapMgr_UpdateMonitor. */
 CAPMGR_API void CapMgr_OnMonitorInfoChange(void);
 
-/*
+/**
  * Screen geometry of the display at dwMonitorIndex, of the main screen when there is no such
  * display. *pScale receives pixels per point; *pFrame the screen's frame in points, origin at the
  * lower left of the main screen, y up. Either may be null.
@@ -162,48 +170,68 @@ CAPMGR_API void CapMgr_OnMonitorInfoChange(void);
 CAPMGR_API void CapMgr_MonitorScreenInfo(unsigned int dwMonitorIndex, double* pScale,
                                          struct CGRect* pFrame);
 
-/* ---- Capture control ----------------------------------------------------------------------- */
+/** @} */
 
-/* A new capture index: 0, 1, 2 and so on, never reused. Cannot fail. */
+/** @name Capture control
+ * @{ */
+
+/** A new capture index: 0, 1, 2 and so on, never reused. Cannot fail. */
 CAPMGR_API unsigned int CapMgr_GenerateCaptureIndex(void);
 
-/*
+/**
  * Starts capturing the display at dwMonitorIndex under dwCaptureIndex, with the settings stored
- * before, on a thread of its own. Starting what already runs with the same arguments keeps it;
- * other arguments replace it. 0 on success; non-zero for an unknown index, an unknown display, an
- * unsupported capture type, or when no thread could be made.
+ * before, on a thread of its own, unpaused. 0 on success; non-zero for an unknown index, an unknown
+ * display, an unsupported capture type, or when no thread could be made.
+ *
+ * What already runs is kept, and resumed, when the display, nShareType and dwCustomVersion are the
+ * same and nCaptureType is CAP_METHOD_COREGRAPHICS. Any other start, and so each one with
+ * CAP_METHOD_DEFAULT, stops it and begins anew with the stored settings: frame pointers are invalid
+ * then.
+ *
+ * dwCustomVersion is the host's own; a capture in SERIAL_CAPTURE_MODE runs in parallel mode where
+ * that is not supported, as it is nowhere yet.
  */
 CAPMGR_API uint32_t CapMgr_StartCapture(unsigned int dwCaptureIndex, unsigned int dwMonitorIndex,
                                         CAP_METHOD nCaptureType, CAP_TYPE nShareType,
                                         unsigned int dwCustomVersion, CAP_MODE eCapMode);
 
-/*
+/**
  * Ends the capture, waiting up to 3000 ms for its thread. FlushWnd 1 also forgets the windows that
  * were excluded before the start. False when nothing was started. Every frame pointer of this
  * capture is invalid afterwards.
  */
 CAPMGR_API bool CapMgr_StopCapture(unsigned int dwCaptureIndex, int FlushWnd);
 
-/* True when the paused state changed; false when it did not or nothing was started. */
+/**
+ * Stops taking images; the last frame stays and can be read. True when the capture ran; false when
+ * it was paused already or nothing was started.
+ */
 CAPMGR_API bool CapMgr_PauseCapture(unsigned int dwCaptureIndex);
+
+/** Goes on within half a second. True when the capture was paused. */
 CAPMGR_API bool CapMgr_ResumeCapture(unsigned int dwCaptureIndex);
 
-/* True when the capture was started and runs in SERIAL_CAPTURE_MODE. */
+/** True when the capture was started and runs in SERIAL_CAPTURE_MODE. */
 CAPMGR_API bool CapMgr_IsSerialCapMode(unsigned int dwCaptureIndex);
 
-/*
- * Size in pixels at which frames are delivered, from 1 x 1 up to the display's own. Before a start
- * it is stored and applied by it. False for an unknown index, a zero field, or, while started, a
- * size larger than the display.
+/**
+ * Size in pixels at which frames are delivered, from 1 x 1 up to the display's own; the aspect
+ * ratio is the host's affair. It is stored for later starts, also when refused for being too large;
+ * while started it takes effect at once, with a black frame until the next one, and waits for a
+ * reader. False for an unknown index, a zero field, or, while started, a size larger than the
+ * display.
  */
 CAPMGR_API bool CapMgr_SetCaptureFrameSize(unsigned int dwCaptureIndex, CAP_SIZE stSize);
 
-/* ---- Frames ---------------------------------------------------------------------------------- */
+/** @} */
 
-/* Captures on the calling thread, where serial mode is supported; an all-zero record elsewhere. */
+/** @name Frames
+ * @{ */
+
+/** Captures on the calling thread, where serial mode is supported; an all-zero record elsewhere. */
 CAPMGR_API CAP_DESKTOP_DATA CapMgr_CaptureScreenBuffer(unsigned int dwCaptureIndex);
 
-/*
+/**
  * The newest frame, held still until CapMgr_UnlockScreenBuffer, which must follow every call that
  * returned a frame (pData non-null) on the same thread. pData is null, with nothing locked, while
  * there is no frame yet, while stopping, or when nothing was started. Waits while a frame is
@@ -211,47 +239,56 @@ CAPMGR_API CAP_DESKTOP_DATA CapMgr_CaptureScreenBuffer(unsigned int dwCaptureInd
  */
 CAPMGR_API CAP_DESKTOP_DATA CapMgr_LockScreenBuffer(unsigned int dwCaptureIndex);
 
-/* Releases the frame. 3 while capturing, 0 while stopping or when nothing was started. */
+/** Releases the frame. 3 while capturing, 0 while stopping or when nothing was started. */
 CAPMGR_API unsigned int CapMgr_UnlockScreenBuffer(unsigned int dwCaptureIndex);
 
-/* Copies a frame of the host's own (nLength bytes, at most the buffer's) into the frame buffer. */
+/** Copies a frame of the host's own (nLength bytes, at most the buffer's) into the frame buffer. */
 CAPMGR_API void CapMgr_UpdateScreenBuffer(unsigned int dwCaptureIndex, const unsigned char* pData,
                                           unsigned int nLength);
 
-/* ---- Settings ---------------------------------------------------------------------------------
- * Each works before a start (stored, applied by it) and while started, unless it says otherwise.
- */
+/** @} */
 
-/*
+/** @name Settings
+ * Each works before a start (stored, applied by every later one) and while started (for this
+ * capture only), unless it says otherwise.
+ * @{ */
+
+/**
  * Most frames a second; above 30 counts as 30. Lowers the current rate where that is higher, never
  * raises it. False for an unknown index or a rate of 0.
  */
 CAPMGR_API bool CapMgr_SetMaxFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate);
 
-/*
+/**
  * Frames a second wanted now, at most the maximum. Before a start it is stored, unclamped, as the
  * maximum. False for an unknown index or a rate of 0.
  */
 CAPMGR_API bool CapMgr_UpdateFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate);
 
-/* The rates in frames a second; before a start both are the stored one. 0 for an unknown index. */
+/** The maximum, frames a second; before a start the stored one, 0 when none is. 0 for an unknown
+ * index. */
 CAPMGR_API int CapMgr_GetMaxFrameRate(unsigned int dwCaptureIndex);
+
+/** The rate now, frames a second; before a start as CapMgr_GetMaxFrameRate. 0 for an unknown index.
+ */
 CAPMGR_API int CapMgr_GetCurFrameRate(unsigned int dwCaptureIndex);
 
-/* Always 0. */
+/** Always 0. */
 CAPMGR_API int CapMgr_GetCapFailResult(unsigned int dwCaptureIndex);
 
-/* Edits the windows left out of a desktop capture. hWnd holds a window number, not a pointer. */
+/** Edits the windows left out of a desktop capture. hWnd holds a window number, not a pointer. */
 CAPMGR_API void CapMgr_SetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd,
                                      tagCapExcWndActType eAction);
 
-/* Sets or clears the window of an application capture; only while started. */
+/** Sets or clears the window of an application capture; only while started. */
 CAPMGR_API void CapMgr_SetSharedAppWnd(unsigned int dwCaptureIndex, unsigned int nAppWndID,
                                        tagCapAppActType eAction);
 
-/* Stores the background colour of an application share; only while started. Not drawn. */
+/** Stores the background colour of an application share; only while started. Not drawn. */
 CAPMGR_API void CapMgr_SetAppShareBgColor(unsigned int dwCaptureIndex, unsigned int nRgnType,
                                           unsigned int nBrushType, unsigned int nColor);
+
+/** @} */
 
 #ifdef __cplusplus
 }

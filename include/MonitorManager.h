@@ -1,8 +1,8 @@
-/*
- * CMonitorManager: the process-wide owner of the display list and of the capture registry.
+/** @class CMonitorManager
+ * The process-wide owner of the display list and of the capture registry.
  *
  * Life: created by the first GetInstance, which enumerates the displays, and deleted by
- * DeleteInstance together with every monitor, capture object and record.
+ * DeleteInstance together with every monitor, capture object and record; stop the captures first.
  *
  * Threads: takes no lock; call it from one host thread at a time. Capture threads never call it.
  */
@@ -19,38 +19,47 @@
 class CCaptureBase;
 class CMonitor;
 
-/* One capture index: its capture object while started, and the settings that a start applies. */
+/** One capture index: its capture object while started, and the settings that a start applies. */
 struct StructCaptureMgr {
-    CCaptureBase* pCapture;                       /* owned; null while not started */
-    unsigned int dwMaxFrameRate;                  /* frames a second; 0 when none was set */
-    std::vector<const void*> vecPresetExcludeWnd; /* window numbers, in the order of adding */
-    CAP_SIZE stFrameSize;                         /* pixels; all zero when none was set */
+    CCaptureBase* pCapture;                       /**< owned; null while not started */
+    unsigned int dwMaxFrameRate;                  /**< frames a second; 0 when none was set */
+    std::vector<const void*> vecPresetExcludeWnd; /**< window numbers, in the order of adding */
+    CAP_SIZE stFrameSize;                         /**< pixels; all zero when none was set */
 };
 
 class CAPMGR_API CMonitorManager {
   public:
+    /** The one manager, made by the first call. */
     static CMonitorManager* GetInstance();
+    /** Deletes it; the next GetInstance makes another, whose capture indexes begin at 0. */
     static void DeleteInstance();
 
-    /* Enumerates the active displays anew; virtual monitors go away. Empty when that fails. */
+    /** Enumerates the active displays anew; virtual monitors go away. Empty when that fails. */
     void UpdateMonitors();
+    /** As UpdateMonitors. */
     void UpdateMonitor();
+    /** As UpdateMonitors. */
     void OnMonitorInfoChange();
+    /** Empties the list. */
     void FreeMonitors();
 
+    /** Number of monitors in the list. */
     size_t GetCount() const;
 
-    /* The monitors belong to the manager, until its list is next rebuilt. Null when there is none.
-     */
+    /** The monitor at a position. It is the manager's, until the list is next rebuilt; null when
+     * there is none. */
     CMonitor* GetMonitor(unsigned int dwIndex);
+    /** The main display, as GetMonitor. */
     CMonitor* GetPrimaryMonitor();
+    /** The first monitor that is not the main display, as GetMonitor. */
     CMonitor* GetSecondaryMonitor();
 
-    /* Appends a virtual monitor of own index 0. DestroyMonitor only traces: it removes nothing. */
+    /** Appends a virtual monitor of own index 0. */
     void CreateMonitor(int nWidth, int nHeight, unsigned int nBitCount);
+    /** Only traces: it removes nothing. */
     void DestroyMonitor();
 
-    /*
+    /**
      * Draws the whole display at dwMonitorIndex, scaled to dwWidth x dwHeight pixels whatever its
      * aspect ratio, into pBuffer: rows from the top down without gaps, GetBitsPerPixel() / 8 bytes
      * a pixel, in the byte order of captured frames. pBuffer is the caller's, as large as that
@@ -59,10 +68,10 @@ class CAPMGR_API CMonitorManager {
      */
     bool GetScreenThumbnail(unsigned int dwMonitorIndex, int dwWidth, int dwHeight, void* pBuffer);
 
-    /* A record under a fresh index: 0, 1, 2 and so on. */
+    /** A record under a fresh index: 0, 1, 2 and so on. */
     unsigned int GenerateCaptureIndex();
 
-    /*
+    /**
      * Gives the index a capture object for the monitor at dwMonitorIndex, keeping the present one
      * when it was made from the same monitor, type, share type and version. Neither starts it nor
      * applies the stored settings. False for an unknown index, monitor or capture type.
@@ -71,22 +80,27 @@ class CAPMGR_API CMonitorManager {
                             CAP_METHOD nCaptureType, CAP_TYPE nShareType,
                             unsigned int dwCustomVersion, CAP_MODE eCapMode);
 
-    /* Both belong to the manager. Null for an unknown index; no object: null as well. */
+    /** The record, which is the manager's; null for an unknown index. */
     StructCaptureMgr* GetCaptureMgr(unsigned int dwCaptureIndex);
+    /** The record's object, which is the manager's; null for an unknown index and without one. */
     CCaptureBase* GetCaptureInstance(unsigned int dwCaptureIndex);
 
-    /* Deletes the object, which must have been stopped, and keeps the record. */
+    /** Deletes the object, which must have been stopped, and keeps the record. */
     void DeleteCaptureInstance(unsigned int dwCaptureIndex);
 
-    /* 0xFFFFFFFF when no record holds pCapture. */
+    /** The index whose record holds pCapture; 0xFFFFFFFF when none does. */
     unsigned int GetCaptureIndexFromInstance(const CCaptureBase* pCapture);
 
+    /** Deletes every object, each of which must have been stopped, and every record. */
     void ClearAllCaptureMgr();
 
-    /* The windows to leave out that the next start passes on. */
+    /** Whether the next start leaves the window out. */
     bool IsPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
+    /** Has the next start leave the window out. */
     void PushPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
+    /** Has the next start show the window again. */
     void ErasePresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
+    /** Has the next start leave nothing out. */
     void ClearPresetExcludeWnds(unsigned int dwCaptureIndex);
 
   private:
@@ -99,10 +113,10 @@ class CAPMGR_API CMonitorManager {
 
     CAPMGR_LOCAL static CMonitorManager* m_monitorMgrInstance;
 
-    std::vector<CMonitor*> m_vec_monitor; /* in the platform's order */
+    std::vector<CMonitor*> m_vec_monitor; /**< in the platform's order */
     std::map<unsigned int, StructCaptureMgr*> m_mapCaptureMgr;
     unsigned int m_dwNextCaptureIndex;
-    VQ_Critical_Section m_csMonitorMgr; /* never taken: the host serialises its calls */
+    VQ_Critical_Section m_csMonitorMgr; /**< never taken: the host serialises its calls */
     bool m_bMonitorInfoChanged;
 };
 

@@ -26,7 +26,7 @@ packages_of_test=(
     openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
     clang clang-format libclang-rt-dev abigail-tools git python3
-    debootstrap dpkg-dev file make
+    debootstrap doxygen dpkg-dev file make
 )
 
 # shellcheck disable=SC2034

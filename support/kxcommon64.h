@@ -1,4 +1,4 @@
-/*
+/** @file
  * Common library: bounded memory and string functions, block copy, image scaling.
  *
  * The capture manager uses these through this interface alone and binds them when it is loaded, so
@@ -11,33 +11,36 @@
 
 #include <stddef.h>
 
+/** Marks everything that the library exports. */
 #define KX_API __attribute__((visibility("default")))
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
-/*
- * Bounded memory functions. 0 on success; EINVAL for a null pointer, ERANGE when count does not
- * fit in destSize bytes. Nothing is written on failure.
+/**
+ * Fills the first count of destSize bytes. 0 on success; EINVAL for a null pointer, ERANGE when
+ * count does not fit. Nothing is written on failure.
  */
 KX_API int memset_s(void* dest, size_t destSize, int value, size_t count);
+
+/** Copies count bytes to the destSize at dest; results as of memset_s. */
 KX_API int memcpy_s(void* dest, size_t destSize, const void* src, size_t count);
 
-/*
+/**
  * Copies src up to its NUL, at most count characters, and terminates dest. 0 on success; EINVAL for
  * a null pointer or a destSize of 0; ERANGE when text and NUL do not fit in destSize bytes. On
  * failure dest, where there is one, is the empty string.
  */
 KX_API int strncpy_s(char* dest, size_t destSize, const char* src, size_t count);
 
-/*
+/**
  * Copies the first min(count, dstSize) bytes; null pointers copy nothing. Large blocks do not stay
  * in the processor's caches.
  */
 KX_API void MacroMemcpy(void* dst, unsigned long dstSize, const void* src, unsigned long count);
 
-/*
+/**
  * Scales a packed image of srcWidth x srcHeight pixels to dstWidth x dstHeight packed pixels, each
  * of bytesPerPixel 8-bit channels, bilinearly.
  *
@@ -56,7 +59,7 @@ KX_API void BilinearInterpolation(const unsigned char* src, int srcWidth, int sr
                                   unsigned char* dst, int dstWidth, int dstHeight,
                                   int bytesPerPixel);
 
-/*
+/**
  * Halves an image of width x height pixels, 4 bytes a pixel, rows pitch bytes apart, into packed
  * rows of ceil(width / 2) pixels, ceil(height / 2) of them.
  *
