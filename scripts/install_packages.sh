@@ -13,6 +13,7 @@ packages_of_build=(
 # shellcheck disable=SC2034
 packages_of_tools=(
     libcli11-dev libfmt-dev libpng-dev libutf8proc-dev nlohmann-json3-dev
+    libavcodec-dev libavformat-dev libavutil-dev libswscale-dev
 )
 
 # shellcheck disable=SC2034
@@ -26,7 +27,7 @@ packages_of_test=(
     openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
     clang clang-format libclang-rt-dev abigail-tools git python3
-    debootstrap doxygen dpkg-dev file make
+    debootstrap doxygen dpkg-dev ffmpeg file make
 )
 
 # shellcheck disable=SC2034

@@ -29,10 +29,11 @@ void describe(CLI::App& app, Invocation& invocation) {
     addWindowsCommand(app, invocation);
     addShotCommand(app, invocation);
     addRunCommand(app, invocation);
+    addRecordCommand(app, invocation);
     app.footer("Exit status: 0 done, 1 failed, 2 bad usage.");
 }
 
-// "monitors, windows, shot or run"
+// "monitors, windows, shot, run or record"
 std::string commandNames(const CLI::App& app) {
     std::string names;
     const std::vector<const CLI::App*> commands =

@@ -34,5 +34,6 @@ void addMonitorsCommand(CLI::App& app, Invocation& invocation);
 void addWindowsCommand(CLI::App& app, Invocation& invocation);
 void addShotCommand(CLI::App& app, Invocation& invocation);
 void addRunCommand(CLI::App& app, Invocation& invocation);
+void addRecordCommand(CLI::App& app, Invocation& invocation);
 
 #endif

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,8 +14,8 @@ void Console::write(std::string_view text) {
     if (error_ != 0) {
         return;
     }
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-    if (!written || std::fflush(stdout) != 0) {
+    const bool written = std::fwrite(text.data(), 1, text.size(), stream_) == text.size();
+    if (!written || std::fflush(stream_) != 0) {
         error_ = errno;
     }
 }
@@ -30,18 +29,18 @@ void Console::finish() const {
 bool Console::isInteractive() const {
     const char* const terminal = std::getenv("TERM");
     const bool dumb = terminal == nullptr || std::string_view(terminal) == "dumb";
-    return !dumb && isatty(STDOUT_FILENO) == 1;
+    return !dumb && isatty(fileno(stream_)) == 1;
 }
 
 std::size_t Console::columns() const {
     constexpr std::size_t kUsual = 80;
     winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+    if (ioctl(fileno(stream_), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
         return kUsual;
     }
     return size.ws_col;
 }
 
 std::optional<std::size_t> Console::lineWidth() const {
-    return isatty(STDOUT_FILENO) == 1 ? std::optional(columns()) : std::nullopt;
+    return isatty(fileno(stream_)) == 1 ? std::optional(columns()) : std::nullopt;
 }

@@ -1,5 +1,5 @@
 /*
- * Standard output, which may be a terminal, a pipe whose reader has gone, or a full disk.
+ * Standard output or error, which may be a terminal, a pipe whose reader has gone, or a full disk.
  *
  * A failed write is remembered and later ones are dropped, so that a capture and its pictures are
  * finished first and the failure is reported once, at the end. For the main thread only.
@@ -8,11 +8,14 @@
 #define CAPMGR_CONSOLE_H
 
 #include <cstddef>
+#include <cstdio>
 #include <optional>
 #include <string_view>
 
 class Console {
   public:
+    explicit Console(std::FILE* stream = stdout) : stream_(stream) {}
+
     /* Writes text as it is, at once. */
     void write(std::string_view text);
 
@@ -29,6 +32,7 @@ class Console {
     std::optional<std::size_t> lineWidth() const;
 
   private:
+    std::FILE* stream_;
     int error_ = 0;  // errno of the first failed write
 };
 

@@ -20,6 +20,9 @@ class FrameReader {
      */
     std::optional<FrameNews> read(Frame& frame, Clock::time_point deadline);
 
+    /* True while the newest grab gave no image. */
+    bool hasNoImage() const { return lastFault_ == GrabFault::NoImage; }
+
   private:
     void take(const FrameNews& news);
     void failOn(GrabFault fault) const;

@@ -1,6 +1,6 @@
 /*
  * capmgr: the capture manager on the command line. Lists the monitors and the windows, takes a
- * picture of a monitor, captures one for a while and reports how that went.
+ * picture of a monitor, captures one for a while and reports how that went, records it.
  *
  * A command that fails writes one line to standard error, whatever the library traces meanwhile.
  */
@@ -51,8 +51,10 @@ ExitStatus runProgram(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // A reader of the output that goes away must not end a capture without its pictures.
+    // A reader of the output that goes away must not end a capture without its pictures, and a file
+    // that may not grow any more must not end a recording without its end.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     openMissingStreams();
     return static_cast<int>(runProgram(argc, argv));
 }

@@ -1,43 +1,42 @@
 /*
- * How a run is getting on: a bar that is redrawn in place on a terminal, a plain line about every
- * second elsewhere.
+ * How a capture is getting on: a line with a bar that is redrawn in place on a terminal, a plain
+ * line about every second elsewhere.
  */
 #ifndef CAPMGR_PROGRESS_H
 #define CAPMGR_PROGRESS_H
 
-#include <cstddef>
+#include <optional>
 #include <string>
 
 #include "console.h"
-#include "frame_keeper.h"
+#include "frame_watch.h"
 
 class Progress {
   public:
-    /* seconds: the length of the whole run. The console must outlive this. */
-    Progress(Console& console, double seconds);
+    /* seconds: the length of the whole; none, and there is no bar, where it is open. The console
+     * must outlive this. */
+    Progress(Console& console, std::optional<double> seconds);
 
-    /* When update wants to be called next, at the latest. */
+    /* When show wants to be called next. */
     Clock::time_point due() const { return due_; }
 
-    /* Shows the state at `now` if it is due. */
-    void update(const FrameKeeper& frames, Clock::time_point now);
+    /* True when a state takes the place of the one before. */
+    bool isRedrawn() const { return interactive_; }
 
-    /* Shows the last state and leaves the terminal on a line of its own. */
-    void finish(const FrameKeeper& frames);
+    /* Shows the state at `now`, which is so long after the beginning. */
+    void show(Clock::duration elapsed, Clock::time_point now, const std::string& state);
+
+    /* Leaves the terminal on a line of its own. */
+    void finish();
 
   private:
-    void draw(const FrameKeeper& frames, Clock::time_point now);
-    void takeLatency(const FrameKeeper& frames);
-    std::string state(const FrameKeeper& frames) const;
-    std::string bar(double elapsed, const std::string& state) const;
+    std::string line(double elapsed, const std::string& state) const;
 
     Console& console_;
-    double seconds_;
+    std::optional<double> seconds_;
     bool interactive_;
     Clock::time_point due_;
     bool drawn_ = false;
-    std::size_t latenciesTaken_ = 0;
-    double latency_ = 0.0;  // milliseconds, as shown last
 };
 
 #endif

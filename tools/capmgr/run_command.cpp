@@ -13,7 +13,7 @@
 #include "output_directory.h"
 #include "output_file.h"
 #include "png_encoder.h"
-#include "progress.h"
+#include "run_progress.h"
 #include "run_summary.h"
 
 namespace {
@@ -53,7 +53,7 @@ class Pictures {
 
 /* Captures until the time is up or an interruption comes. The time counts from the first frame. */
 void record(FrameReader& reader, double seconds, const Environment& environment,
-            FrameKeeper& frames, Progress& progress) {
+            FrameKeeper& frames, RunProgress& progress) {
     const std::chrono::duration<double> length(seconds);
     Clock::time_point end = Clock::time_point::max();
     while (!environment.interruption.requested()) {
@@ -77,7 +77,7 @@ void record(FrameReader& reader, double seconds, const Environment& environment,
 std::optional<Failure> recordUntilFailure(const CaptureSettings& settings, double seconds,
                                           const Environment& environment, FrameKeeper& frames) {
     std::optional<Failure> failure;
-    Progress progress(environment.console, seconds);
+    RunProgress progress(environment.console, seconds);
     try {
         FrameReader reader(settings, environment.trace);
         record(reader, seconds, environment, frames, progress);
