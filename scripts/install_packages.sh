@@ -1,7 +1,7 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
-#   install_packages GROUP...   installs what is missing of the groups build, tools, run, test,
-#                               coverage, bench, macos and profile
+#   install_packages GROUP...   installs what is missing of the groups build, tools, gstreamer,
+#                               run, test, coverage, bench, macos and profile
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
@@ -17,12 +17,20 @@ packages_of_tools=(
 )
 
 # shellcheck disable=SC2034
+packages_of_gstreamer=(
+    libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libgstreamer-plugins-bad1.0-dev
+    nlohmann-json3-dev
+)
+
+# shellcheck disable=SC2034
 packages_of_run=(xvfb)
 
 # shellcheck disable=SC2034
 packages_of_test=(
     libgtest-dev libgmock-dev libxcb-res0-dev
     g++-aarch64-linux-gnu qemu-user
+    gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
+    gstreamer1.0-nice libglib2.0-dev
     imagemagick x11-xserver-utils
     openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
