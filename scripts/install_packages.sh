@@ -14,6 +14,7 @@ packages_of_build=(
 packages_of_tools=(
     libcli11-dev libfmt-dev libpng-dev libutf8proc-dev nlohmann-json3-dev
     libavcodec-dev libavformat-dev libavutil-dev libswscale-dev
+    libfontconfig-dev libsdl2-dev libsdl2-ttf-dev libx11-dev
 )
 
 # shellcheck disable=SC2034
@@ -23,7 +24,7 @@ packages_of_gstreamer=(
 )
 
 # shellcheck disable=SC2034
-packages_of_run=(xvfb)
+packages_of_run=(xvfb fonts-dejavu-core)
 
 # shellcheck disable=SC2034
 packages_of_test=(
@@ -31,7 +32,7 @@ packages_of_test=(
     g++-aarch64-linux-gnu qemu-user
     gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad
     gstreamer1.0-nice libglib2.0-dev
-    imagemagick x11-xserver-utils
+    imagemagick x11-utils x11-xserver-utils xdotool
     openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
     clang clang-format libclang-rt-dev abigail-tools git python3

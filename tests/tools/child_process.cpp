@@ -98,8 +98,13 @@ ChildProcess::~ChildProcess() {
 }
 
 bool ChildProcess::awaitOutput(const std::string& text) {
+    return awaitOutput(
+        [&text](const std::string& output) { return output.find(text) != std::string::npos; });
+}
+
+bool ChildProcess::awaitOutput(const std::function<bool(const std::string&)>& isReached) {
     const auto deadline = std::chrono::steady_clock::now() + kLongest;
-    while (result_.output.find(text) == std::string::npos) {
+    while (!isReached(result_.output)) {
         if (output_ < 0 || !readSome(deadline)) {
             return false;
         }

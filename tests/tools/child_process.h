@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,9 @@ class ChildProcess {
 
     /* True once the output holds text; false when the child ends or the time runs out first. */
     bool awaitOutput(const std::string& text);
+
+    /* The same for any condition on all of the output so far. */
+    bool awaitOutput(const std::function<bool(const std::string&)>& isReached);
 
     /* Gives up the reading end of the child's output. */
     void closeOutput();

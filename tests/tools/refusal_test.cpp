@@ -115,6 +115,12 @@ const Refusal kBadUsage[] = {
     {"NoRecordingTime", {"record", "--seconds", "0", "a.mkv"}, 2, "'0' is not a number above 0"},
     {"RecordingAndJsonTogether", {"record", "--json", "-"}, 2, "--json and '-' cannot go together"},
     {"RateOfAShot", {"shot", "--fps", "5", "a.png"}, 2, "--fps"},
+    {"NoSecondsOfAView", {"view", "--seconds", "0"}, 2, "--seconds: '0' is not a number above 0"},
+    {"FileOfAView", {"view", "a.png"}, 2, "a.png"},
+    {"ViewerInAPictureOfAWindow",
+     {"view", "--window", "5", "--include-self"},
+     2,
+     "--window and --include-self cannot go together"},
 };
 
 const Refusal kImpossible[] = {
@@ -122,6 +128,8 @@ const Refusal kImpossible[] = {
     {"AbsentMonitorOfARun", {"run", "--monitor", "1"}, 1, "no monitor 1: there is 1 (0)"},
     {"AbsentWindow", {"shot", "--window", "12", "a.png"}, 1, "no window 12 on screen; see"},
     {"AbsentWindowOfARun", {"run", "--window", "0xc"}, 1, "no window 12 on screen; see"},
+    {"AbsentWindowOfAView", {"view", "--window", "12"}, 1, "no window 12 on screen; see"},
+    {"AbsentMonitorOfAView", {"view", "--monitor", "1"}, 1, "no monitor 1: there is 1 (0)"},
     {"TooWide", {"shot", "--size", "641x480", "a.png"}, 1, "--size 641x480"},
     {"TooHigh", {"run", "--size", "640x481"}, 1, "at least 1 and at most 640x480"},
     {"NoSuchFolder", {"shot", "none/a.png"}, 1, "cannot write none/a.png: none: No such file"},
@@ -165,7 +173,8 @@ INSTANTIATE_TEST_SUITE_P(EveryCommand, NoServerTest,
                                          std::vector<std::string>{"windows"},
                                          std::vector<std::string>{"shot", "a.png"},
                                          std::vector<std::string>{"run"},
-                                         std::vector<std::string>{"record", "a.mkv"}),
+                                         std::vector<std::string>{"record", "a.mkv"},
+                                         std::vector<std::string>{"view"}),
                          [](const auto& test) { return test.param.front(); });
 
 using EmptySizeTest = CapmgrTest;

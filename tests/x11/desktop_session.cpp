@@ -260,6 +260,11 @@ void DesktopSession::restore(xcb_window_t window) const {
     settle();
 }
 
+void DesktopSession::close(xcb_window_t window) const {
+    tell(window, "_NET_CLOSE_WINDOW", {});
+    settle();
+}
+
 void DesktopSession::setFullscreen(xcb_window_t window, bool isFullscreen) const {
     tell(window, "_NET_WM_STATE", {isFullscreen ? 1U : 0U, atom("_NET_WM_STATE_FULLSCREEN")});
     settle();

@@ -53,6 +53,8 @@ class DesktopSession {
 
     void iconify(xcb_window_t window) const;
     void restore(xcb_window_t window) const;
+    /* Asks its application to close it, as the button in its frame does. */
+    void close(xcb_window_t window) const;
     void setFullscreen(xcb_window_t window, bool isFullscreen) const;
     void showDesktop(std::uint32_t desktop) const;
     void resizeManaged(xcb_window_t window, std::uint16_t width, std::uint16_t height) const;

@@ -26,14 +26,27 @@ class LockedFrame {
     CAP_DESKTOP_DATA data_;
 };
 
+// The interface takes a window's number as a pointer.
+const void* handleOf(std::uint32_t window) {
+    return reinterpret_cast<const void*>(std::uintptr_t{window});
+}
+
 }  // namespace
 
 CaptureSession::CaptureSession(const CaptureSettings& settings)
     : index_(CapMgr_GenerateCaptureIndex()) {
+    start(settings);
+}
+
+CaptureSession::~CaptureSession() {
+    stop();
+}
+
+void CaptureSession::start(const CaptureSettings& settings) const {
     CapMgr_SetMaxFrameRate(index_, settings.framesPerSecond);
     CapMgr_SetCaptureFrameSize(index_, settings.size);
-    for (const std::uintptr_t window : settings.excluded) {
-        CapMgr_SetExcludeWnd(index_, reinterpret_cast<const void*>(window), CAP_EXC_WND_ADD);
+    for (const std::uint32_t window : settings.excluded) {
+        leaveOut(window);
     }
     const CAP_TYPE type = settings.window ? CAP_TYPE_APP_WINDOW : CAP_TYPE_DESKTOP;
     const std::uint32_t result = CapMgr_StartCapture(index_, settings.monitor, CAP_METHOD_DEFAULT,
@@ -49,8 +62,37 @@ CaptureSession::CaptureSession(const CaptureSettings& settings)
     CapMgr_UpdateFrameRate(index_, settings.framesPerSecond);
 }
 
-CaptureSession::~CaptureSession() {
+void CaptureSession::stop() const {
     CapMgr_StopCapture(index_, 1);
+}
+
+void CaptureSession::pause() const {
+    CapMgr_PauseCapture(index_);
+}
+
+void CaptureSession::resume() const {
+    CapMgr_ResumeCapture(index_);
+}
+
+void CaptureSession::setSize(CAP_SIZE size) const {
+    if (!CapMgr_SetCaptureFrameSize(index_, size)) {
+        throw Failure(fmt::format("the capture manager refuses frames of {}x{}; see --trace 2",
+                                  size.dwWidth, size.dwHeight));
+    }
+}
+
+void CaptureSession::setRate(unsigned int framesPerSecond) const {
+    CapMgr_SetMaxFrameRate(index_, framesPerSecond);
+    // The maximum lowers the rate that is kept to, and alone never raises it.
+    CapMgr_UpdateFrameRate(index_, framesPerSecond);
+}
+
+void CaptureSession::leaveOut(std::uint32_t window) const {
+    CapMgr_SetExcludeWnd(index_, handleOf(window), CAP_EXC_WND_ADD);
+}
+
+void CaptureSession::takeIn(std::uint32_t window) const {
+    CapMgr_SetExcludeWnd(index_, handleOf(window), CAP_EXC_WND_DELETE);
 }
 
 bool CaptureSession::read(Frame& frame) const {

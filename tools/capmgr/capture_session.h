@@ -30,6 +30,23 @@ class CaptureSession {
     CaptureSession(const CaptureSession&) = delete;
     CaptureSession& operator=(const CaptureSession&) = delete;
 
+    /* From the call on; a frame that is being grabbed may still come. Pausing takes effect at once,
+     * going on within half a second. */
+    void pause() const;
+    void resume() const;
+
+    /* At most the monitor's own size. The frame buffer is black until the next frame is grabbed.
+     * Throws Failure when the library refuses. */
+    void setSize(CAP_SIZE size) const;
+    void setRate(unsigned int framesPerSecond) const;
+    void leaveOut(std::uint32_t window) const;
+    void takeIn(std::uint32_t window) const;
+
+    /* Ends the capture; only start may follow. Forgets the windows that were left out. */
+    void stop() const;
+    /* Starts anew under the same index. Throws Failure when the library refuses. */
+    void start(const CaptureSettings& settings) const;
+
     /* Copies the newest frame; false, and frame is left alone, while there is none. */
     bool read(Frame& frame) const;
 

@@ -30,6 +30,7 @@ void describe(CLI::App& app, Invocation& invocation) {
     addShotCommand(app, invocation);
     addRunCommand(app, invocation);
     addRecordCommand(app, invocation);
+    addViewCommand(app, invocation);
     app.footer("Exit status: 0 done, 1 failed, 2 bad usage.");
 }
 

@@ -35,5 +35,6 @@ void addWindowsCommand(CLI::App& app, Invocation& invocation);
 void addShotCommand(CLI::App& app, Invocation& invocation);
 void addRunCommand(CLI::App& app, Invocation& invocation);
 void addRecordCommand(CLI::App& app, Invocation& invocation);
+void addViewCommand(CLI::App& app, Invocation& invocation);
 
 #endif

@@ -18,8 +18,57 @@ constexpr std::chrono::milliseconds kHandOutDelay{1};
 
 }  // namespace
 
-FrameReader::FrameReader(const CaptureSettings& settings, const TraceOutput& trace)
-    : settings_(settings), watch_(trace), session_(settings) {}
+FrameReader::FrameReader(const CaptureSettings& settings, const TraceOutput& trace,
+                         std::function<void()> onNews)
+    : settings_(settings), watch_(trace, std::move(onNews)), session_(settings) {}
+
+void FrameReader::resume() {
+    forgetFrames();
+    session_.resume();
+}
+
+void FrameReader::setSize(CAP_SIZE size) {
+    session_.setSize(size);
+    settings_.size = size;
+    forgetFrames();
+}
+
+void FrameReader::leaveOut(std::uint32_t window) {
+    session_.leaveOut(window);
+    settings_.excluded.push_back(window);
+    forgetFrames();
+}
+
+void FrameReader::takeIn(std::uint32_t window) {
+    session_.takeIn(window);
+    std::erase(settings_.excluded, window);
+    forgetFrames();
+}
+
+void FrameReader::restart(const CaptureSettings& settings) {
+    session_.stop();
+    settings_ = settings;
+    forgetFrames();
+    watch_.wait(since_);  // for nothing: faults of the capture that has ended
+    lastFault_ = GrabFault::None;
+    session_.start(settings);
+}
+
+void FrameReader::setRate(unsigned int framesPerSecond) {
+    session_.setRate(framesPerSecond);
+    settings_.framesPerSecond = framesPerSecond;
+}
+
+std::optional<std::string> FrameReader::trouble() const {
+    return lastFault_ == GrabFault::NoImage ? std::optional<std::string>(reasonOfSilence())
+                                            : std::nullopt;
+}
+
+void FrameReader::forgetFrames() {
+    since_ = Clock::now();
+    lastRead_ = since_;
+    pending_ = FrameNews{};
+}
 
 std::optional<FrameNews> FrameReader::read(Frame& frame, Clock::time_point deadline) {
     while (true) {
@@ -47,6 +96,9 @@ void FrameReader::take(const FrameNews& news) {
     lastFault_ = news.fault;
     if (news.fault == GrabFault::NoImage) {
         pending_ = FrameNews{};  // the black stand-in has taken the place of what was not read yet
+        return;
+    }
+    if (news.grabBegan < since_) {
         return;
     }
     pending_.frames += news.frames;

@@ -4,15 +4,18 @@
 #ifndef CAPMGR_FRAME_READER_H
 #define CAPMGR_FRAME_READER_H
 
+#include <functional>
 #include <optional>
+#include <string>
 
 #include "capture_session.h"
 #include "frame_watch.h"
 
 class FrameReader {
   public:
-    /* Starts the capture. Throws Failure. */
-    FrameReader(const CaptureSettings& settings, const TraceOutput& trace);
+    /* Starts the capture. Throws Failure. For onNews, see FrameWatch. */
+    FrameReader(const CaptureSettings& settings, const TraceOutput& trace,
+                std::function<void()> onNews = {});
 
     /*
      * Waits for a frame until the deadline and copies it. None when the deadline passed first.
@@ -23,17 +26,39 @@ class FrameReader {
     /* True while the newest grab gave no image. */
     bool hasNoImage() const { return lastFault_ == GrabFault::NoImage; }
 
+    /* No frame is to be read in between. */
+    void pause() const { session_.pause(); }
+    void resume();
+
+    /* Changes of the running capture. Frames that were grabbed before are not read any more, so the
+     * next one is as asked. Throw Failure when the library refuses. */
+    void setSize(CAP_SIZE size);
+    void leaveOut(std::uint32_t window);
+    void takeIn(std::uint32_t window);
+    /* Ends the capture and starts another one. */
+    void restart(const CaptureSettings& settings);
+
+    void setRate(unsigned int framesPerSecond);
+
+    /* As they are after all changes. */
+    const CaptureSettings& settings() const { return settings_; }
+
+    /* Why no frames come at the moment; none while they do. */
+    std::optional<std::string> trouble() const;
+
   private:
+    void forgetFrames();
     void take(const FrameNews& news);
     void failOn(GrabFault fault) const;
     void failIfSilent(Clock::time_point now) const;
     const char* reasonOfSilence() const;
 
-    const CaptureSettings settings_;
+    CaptureSettings settings_;
     FrameWatch watch_;  // before the session, so that it misses nothing and outlives it
     CaptureSession session_;
-    FrameNews pending_;  // frames told of and not read yet
-    Frame read_;         // which may turn out to be a stand-in
+    FrameNews pending_;        // frames told of and not read yet
+    Frame read_;               // which may turn out to be a stand-in
+    Clock::time_point since_;  // what was grabbed before is not read
     GrabFault lastFault_ = GrabFault::None;
     Clock::time_point lastRead_ = Clock::now();
 };

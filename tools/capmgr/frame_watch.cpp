@@ -34,7 +34,8 @@ GrabFault faultIn(std::string_view text) {
 
 }  // namespace
 
-FrameWatch::FrameWatch(const TraceOutput& output) : output_(output) {
+FrameWatch::FrameWatch(const TraceOutput& output, std::function<void()> onNews)
+    : output_(output), onNews_(std::move(onNews)) {
     vq_set_trace_writer(follow, this);
     vq_set_trace_level(std::max(kFrameTraceLevel, output.level()));
 }
@@ -58,36 +59,41 @@ bool FrameWatch::faultSinceWait() {
 
 void FrameWatch::follow(void* context, int level, const char* text, int /*flag*/) {
     FrameWatch& watch = *static_cast<FrameWatch*>(context);
-    watch.note(text);
+    if (watch.note(text) && watch.onNews_) {
+        watch.onNews_();
+    }
     watch.output_.show(level, text);
 }
 
-void FrameWatch::note(std::string_view text) {
+// True when there is news.
+bool FrameWatch::note(std::string_view text) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (contains(text, kGrabBegins)) {
         grabBegan_ = Clock::now();
         grabFault_ = GrabFault::None;
-        return;
+        return false;
     }
     if (contains(text, kFrameDelivered)) {
-        noteDelivery();
-        return;
+        return noteDelivery();
     }
     const GrabFault fault = faultIn(text);
-    if (fault != GrabFault::None) {
-        grabFault_ = fault;
-        news_.fault = fault;
-        faultSinceWait_ = true;
-        changed_.notify_all();
+    if (fault == GrabFault::None) {
+        return false;
     }
+    grabFault_ = fault;
+    news_.fault = fault;
+    faultSinceWait_ = true;
+    changed_.notify_all();
+    return true;
 }
 
-void FrameWatch::noteDelivery() {
+bool FrameWatch::noteDelivery() {
     if (grabFault_ != GrabFault::None) {
-        return;
+        return false;
     }
     news_.frames += 1;
     news_.grabBegan = grabBegan_;
     news_.fault = GrabFault::None;
     changed_.notify_all();
+    return true;
 }

@@ -14,6 +14,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string_view>
 
@@ -38,7 +39,9 @@ struct FrameNews {
 
 class FrameWatch {
   public:
-    explicit FrameWatch(const TraceOutput& output);
+    /* onNews, if any, is called on the capture thread whenever wait would return: for a reader that
+     * waits for other things as well. It must be quick and must not throw. */
+    explicit FrameWatch(const TraceOutput& output, std::function<void()> onNews = {});
     ~FrameWatch();
     FrameWatch(const FrameWatch&) = delete;
     FrameWatch& operator=(const FrameWatch&) = delete;
@@ -52,10 +55,11 @@ class FrameWatch {
 
   private:
     static void follow(void* context, int level, const char* text, int flag);
-    void note(std::string_view text);
-    void noteDelivery();
+    bool note(std::string_view text);
+    bool noteDelivery();
 
     const TraceOutput& output_;
+    const std::function<void()> onNews_;
     std::mutex mutex_;  // guards what follows
     std::condition_variable changed_;
     Clock::time_point grabBegan_;

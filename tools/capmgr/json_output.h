@@ -17,4 +17,7 @@ void addJsonOption(CLI::App& command, bool& wanted);
  * not UTF-8 is mended with the replacement character. */
 void writeJson(Console& console, const nlohmann::ordered_json& document);
 
+/* The same in one line: for documents of which more may follow. */
+void writeJsonLine(Console& console, const nlohmann::ordered_json& document);
+
 #endif

@@ -1,6 +1,6 @@
 /*
- * capmgr: the capture manager on the command line. Lists the monitors and the windows, takes a
- * picture of a monitor, captures one for a while and reports how that went, records it.
+ * capmgr: the capture manager on the command line. Lists monitors and windows, takes pictures, captures
+ * for a while and reports how that went, records, and shows what is captured as others see it.
  *
  * A command that fails writes one line to standard error, whatever the library traces meanwhile.
  */
