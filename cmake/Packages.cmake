@@ -59,9 +59,9 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME capmgr)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} ${same_version}")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "screen capture from the command line
-Lists monitors and windows, takes pictures of a display or of one window, and
-captures for a while and tells how that went. Windows can be left out of the
-picture.")
+Lists monitors and windows, takes pictures of a display or of one window,
+records them as video, shows live what others will see, and tells how captures
+are getting on. Windows can be left out of the picture.")
 
 set(CPACK_DEBIAN_GSTREAMER_PACKAGE_NAME gstreamer1.0-qorcapture)
 set(CPACK_DEBIAN_GSTREAMER_PACKAGE_SECTION libs)

@@ -36,6 +36,7 @@ packages_of_test=(
     openbox picom x11-apps xterm
     xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
     clang clang-format libclang-rt-dev abigail-tools git python3
+    bsdutils fish mandoc zsh
     debootstrap doxygen dpkg-dev ffmpeg file make
 )
 

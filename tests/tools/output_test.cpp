@@ -18,8 +18,9 @@ TEST_F(OutputTest, RunDrawsABarOnATerminal) {
     setup.output = OutputKind::Terminal;
     const ChildResult result = runToEnd(setup);
     EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_THAT(result.output, ContainsRegex("\r\\[#+-*\\] [0-9.]+ of 1 s, [0-9]+ frames, "
-                                             "[0-9.]+ frames/s, latency [0-9.]+ ms"));
+    EXPECT_THAT(result.output,
+                ContainsRegex("\r\\[\x1b\\[32m#+\x1b\\[0m-*\\] [0-9.]+ of 1 s, [0-9]+ frames, "
+                              "[0-9.]+ frames/s, latency [0-9.]+ ms"));
     EXPECT_THAT(result.output, HasSubstr("\npictures "));
 }
 

@@ -1,3 +1,5 @@
+#include <nlohmann/json.hpp>
+
 #include "capmgr_fixture.h"
 #include "live_scene.h"
 #include "xvfb_server.h"
@@ -100,6 +102,21 @@ TEST_F(RunTest, FrameTracesAreNotShownUnlessAskedFor) {
     EXPECT_THAT(errorsAt("2"), HasSubstr("[KXSS]CCaptureMac::DoCapture()... End!"));
     EXPECT_THAT(errorsAt("2"), Not(HasSubstr("CCaptureMac::DoCapture()... Begin!")));
     EXPECT_THAT(errorsAt("3"), HasSubstr("CCaptureMac::DoCapture()... Begin!"));
+}
+
+TEST_F(RunTest, JsonIsOneDocumentWithTheSummary) {
+    const XvfbServer server("640x480x24");
+    const LiveScene scene(server.display());
+    const ChildResult result =
+        runCapmgr(server.display(), {"run", "--json", "--seconds", "1.5", "--fps", "10"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const auto run = nlohmann::json::parse(result.output);
+    EXPECT_GE(run["frames"], 1);
+    EXPECT_GT(run["latency_median_ms"], 0.0);
+    EXPECT_LE(run["latency_median_ms"], run["latency_max_ms"]);
+    EXPECT_EQ(run["width"], 640);
+    EXPECT_EQ(run["monitor"], 0);
+    EXPECT_EQ(run["pictures"][2], file("captures/last.png").string());
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include <png.h>
 
+#include <nlohmann/json.hpp>
+
 #include "bilinear_reference.h"
 #include "capmgr_fixture.h"
+#include "live_scene.h"
 #include "painter.h"
 #include "xvfb_server.h"
 
@@ -93,6 +96,18 @@ TEST_F(ShotTest, WritesThroughASymbolicLink) {
     runCapmgr(server.display(), {"shot", "link.png"});
     EXPECT_TRUE(fs::is_symlink(file("link.png")));
     EXPECT_EQ(readPicture(file("target.png")).width, 640U);
+}
+
+TEST_F(ShotTest, JsonTellsWhatWasWritten) {
+    const XvfbServer plain("640x480x24");
+    const LiveScene scene(plain.display());
+    const ChildResult result =
+        runCapmgr(plain.display(), {"shot", "--json", "--size", "64x48", "a.png"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    const auto shot = nlohmann::json::parse(result.output);
+    EXPECT_EQ(shot["path"], file("a.png").string());
+    EXPECT_EQ(shot["width"], 64);
+    EXPECT_EQ(shot["height"], 48);
 }
 
 }  // namespace

@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "failure.h"
 #include "monitors.h"
 #include "window_list.h"
+#include "window_pick.h"
 
 namespace {
 
@@ -53,7 +53,7 @@ CAP_SIZE frameSize(const CaptureOptions& options, const CAP_MONITOR_INFO& monito
     return size;
 }
 
-void checkWindows(const CaptureOptions& options) {
+void checkWindows(const CaptureOptions& options, Console& errors) {
     if (!options.window && options.excluded.empty()) {
         return;
     }
@@ -67,18 +67,30 @@ void checkWindows(const CaptureOptions& options) {
     }
     for (const std::uint32_t number : options.excluded) {
         if (!isOnScreen(number)) {
-            fmt::print(stderr, "note: no window {} on screen; nothing to leave out\n", number);
+            errors.note(fmt::format("no window {} on screen; nothing to leave out", number));
         }
+    }
+}
+
+void pickWindows(const CaptureOptions& options, const Environment& environment,
+                 CaptureSettings& settings) {
+    if (options.isPicked) {
+        settings.window = pickWindow("capture", environment);
+    }
+    for (int click = 0; click < options.excludedByClick; ++click) {
+        settings.excluded.push_back(pickWindow("leave out", environment));
     }
 }
 
 }  // namespace
 
-CaptureChoice chooseCapture(const CaptureOptions& options) {
+CaptureChoice chooseCapture(const CaptureOptions& options, const Environment& environment) {
     refuseEmptySize(options);
     const CAP_MONITOR_INFO monitor = findMonitor(options.monitor);
     const CAP_SIZE size = frameSize(options, monitor);
-    checkWindows(options);
-    return {monitor,
-            {monitor.dwIndex, size, options.framesPerSecond, options.excluded, options.window}};
+    checkWindows(options, environment.errors);
+    CaptureSettings settings{monitor.dwIndex, size, options.framesPerSecond, options.excluded,
+                             options.window};
+    pickWindows(options, environment, settings);
+    return {monitor, settings};
 }

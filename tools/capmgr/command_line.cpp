@@ -13,8 +13,17 @@
 
 namespace {
 
-void describe(CLI::App& app, Invocation& invocation) {
-    app.set_version_flag("--version", "capmgr " CAPMGR_VERSION);
+ColorUse parseColorUse(const std::string& text) {
+    const std::string use = parseChoice("--color", text, {"auto", "always", "never"});
+    if (use == "auto") {
+        return ColorUse::Auto;
+    }
+    return use == "always" ? ColorUse::Always : ColorUse::Never;
+}
+
+void describe(CLI::App& app, Invocation& invocation, Console& console, Console& errors) {
+    app.set_help_flag("-h,--help", "print this help and exit");
+    app.set_version_flag("--version", "capmgr " CAPMGR_VERSION, "print the version and exit");
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option_function<std::string>(
@@ -23,14 +32,27 @@ void describe(CLI::App& app, Invocation& invocation) {
                invocation.traceLevel = parseTraceLevel("--trace", text);
            },
            "show the library's trace on standard error up to LEVEL: -1 nothing, 0 errors, "
-           "1 warnings, 2 information, 3 per-frame detail (default: none is shown)")
+           "1 warnings, 2 information, 3 per-frame detail (default: none is shown); each line "
+           "begins with the seconds since the program's start")
         ->type_name("LEVEL");
+    app.add_option_function<std::string>(
+           "--color",
+           [&console, &errors](const std::string& text) {
+               console.setColor(parseColorUse(text));
+               errors.setColor(parseColorUse(text));
+           },
+           "whether to use colours (default: auto, which is on terminals only)")
+        ->type_name("auto|always|never");
     addMonitorsCommand(app, invocation);
     addWindowsCommand(app, invocation);
     addShotCommand(app, invocation);
+    addThumbsCommand(app, invocation);
     addRunCommand(app, invocation);
     addRecordCommand(app, invocation);
     addViewCommand(app, invocation);
+    addStatsCommand(app, invocation);
+    addTraceViewCommand(app, invocation);
+    addCompletionCommand(app, invocation);
     app.footer("Exit status: 0 done, 1 failed, 2 bad usage.");
 }
 
@@ -66,10 +88,11 @@ std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
-std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& console) {
+std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& console,
+                                           Console& errors) {
     Invocation invocation;
     CLI::App app("Captures monitors through the capture manager.", "capmgr");
-    describe(app, invocation);
+    describe(app, invocation, console, errors);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& asked) {

@@ -8,9 +8,10 @@
 
 /*
  * What a command line asks for, or none when it asked for help or the version, which are then
- * written to the console. Throws Failure (bad usage) for anything that makes no sense. Nothing here
- * looks at the machine.
+ * written to the console. Both consoles are told whether to use colours. Throws Failure (bad usage)
+ * for anything that makes no sense. Nothing here looks at the machine.
  */
-std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& console);
+std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& console,
+                                           Console& errors);
 
 #endif

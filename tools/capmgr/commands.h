@@ -20,6 +20,7 @@ class App;
 /* What every command works with. */
 struct Environment {
     Console& console;
+    Console& errors;  // standard error: for notes
     const TraceOutput& trace;
     Interruption& interruption;
 };
@@ -33,8 +34,12 @@ struct Invocation {
 void addMonitorsCommand(CLI::App& app, Invocation& invocation);
 void addWindowsCommand(CLI::App& app, Invocation& invocation);
 void addShotCommand(CLI::App& app, Invocation& invocation);
+void addThumbsCommand(CLI::App& app, Invocation& invocation);
 void addRunCommand(CLI::App& app, Invocation& invocation);
 void addRecordCommand(CLI::App& app, Invocation& invocation);
 void addViewCommand(CLI::App& app, Invocation& invocation);
+void addStatsCommand(CLI::App& app, Invocation& invocation);
+void addTraceViewCommand(CLI::App& app, Invocation& invocation);
+void addCompletionCommand(CLI::App& app, Invocation& invocation);
 
 #endif

@@ -89,6 +89,7 @@ std::optional<FrameNews> FrameReader::read(Frame& frame, Clock::time_point deadl
 }
 
 void FrameReader::take(const FrameNews& news) {
+    standIns_ += news.standIns;
     failOn(news.fault);
     if (news.frames == 0 && news.fault == GrabFault::None) {
         return;  // the wait was over before there was any news

@@ -26,6 +26,9 @@ class FrameReader {
     /* True while the newest grab gave no image. */
     bool hasNoImage() const { return lastFault_ == GrabFault::NoImage; }
 
+    /* How many black pictures the capture delivered, for want of an image, since it was started. */
+    std::uint64_t standIns() const { return standIns_; }
+
     /* No frame is to be read in between. */
     void pause() const { session_.pause(); }
     void resume();
@@ -59,6 +62,7 @@ class FrameReader {
     FrameNews pending_;        // frames told of and not read yet
     Frame read_;               // which may turn out to be a stand-in
     Clock::time_point since_;  // what was grabbed before is not read
+    std::uint64_t standIns_ = 0;
     GrabFault lastFault_ = GrabFault::None;
     Clock::time_point lastRead_ = Clock::now();
 };

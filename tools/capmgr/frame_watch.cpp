@@ -82,6 +82,7 @@ bool FrameWatch::note(std::string_view text) {
     }
     grabFault_ = fault;
     news_.fault = fault;
+    news_.standIns += fault == GrabFault::NoImage ? 1 : 0;
     faultSinceWait_ = true;
     changed_.notify_all();
     return true;

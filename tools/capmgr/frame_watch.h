@@ -35,6 +35,7 @@ struct FrameNews {
     unsigned int frames = 0;            // delivered since the last wait; stand-ins do not count
     Clock::time_point grabBegan;        // when the grab of the newest of them began
     GrabFault fault = GrabFault::None;  // of the newest grab
+    unsigned int standIns = 0;          // black ones since the last wait
 };
 
 class FrameWatch {

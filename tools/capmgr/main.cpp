@@ -1,13 +1,13 @@
 /*
- * capmgr: the capture manager on the command line. Lists monitors and windows, takes pictures, captures
- * for a while and reports how that went, records, and shows what is captured as others see it.
+ * capmgr: the capture manager on the command line. Lists monitors and windows, takes pictures,
+ * captures for a while and reports how that went, records, and shows what is captured as others see
+ * it.
  *
  * A command that fails writes one line to standard error, whatever the library traces meanwhile.
  */
 #include <fcntl.h>
 
 #include <csignal>
-#include <cstdio>
 #include <exception>
 
 #include "command_line.h"
@@ -25,26 +25,27 @@ void openMissingStreams() {
     }
 }
 
-ExitStatus report(const char* line, ExitStatus status) {
-    std::fprintf(stderr, "capmgr: %s\n", line);
+ExitStatus report(Console& errors, const char* line, ExitStatus status) {
+    errors.write(errors.styled("capmgr:", Style::Error) + " " + line + "\n");
     return status;
 }
 
 ExitStatus runProgram(int argc, char** argv) {
+    Console errors(stderr);
     try {
         Console console;
-        const std::optional<Invocation> invocation = parseCommandLine(argc, argv, console);
+        const std::optional<Invocation> invocation = parseCommandLine(argc, argv, console, errors);
         if (invocation) {
             Interruption interruption;
             const TraceOutput trace(invocation->traceLevel);
-            invocation->command({console, trace, interruption});
+            invocation->command({console, errors, trace, interruption});
         }
         console.finish();
         return ExitStatus::Success;
     } catch (const Failure& failure) {
-        return report(failure.what(), failure.status());
+        return report(errors, failure.what(), failure.status());
     } catch (const std::exception& error) {
-        return report(error.what(), ExitStatus::Failed);
+        return report(errors, error.what(), ExitStatus::Failed);
     }
 }
 

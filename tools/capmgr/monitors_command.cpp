@@ -45,9 +45,10 @@ void showMonitors(Console& console) {
         table.add({fmt::format("{}", monitor.dwIndex), monitorName(monitor),
                    fmt::format("{},{}", monitor.rcMonitor.left, monitor.rcMonitor.top),
                    sizeText(monitorSize(monitor)), fmt::format("{}", monitor.dwFrequency),
-                   fmt::format("{}", monitor.dwBitsPerPixel), monitor.bPrimary ? "yes" : "no"});
+                   fmt::format("{}", monitor.dwBitsPerPixel), monitor.bPrimary ? "yes" : "no"},
+                  monitor.bPrimary ? Style::Good : Style::Plain);
     }
-    console.write(table.text(std::nullopt));
+    table.write(console);
 }
 
 }  // namespace

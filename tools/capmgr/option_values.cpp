@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string_view>
@@ -79,6 +80,15 @@ std::uint32_t parseWindow(const std::string& option, const std::string& text) {
 std::string parsePath(const std::string& option, const std::string& text) {
     if (text.empty()) {
         throw CLI::ValidationError(option, "the name is empty");
+    }
+    return text;
+}
+
+std::string parseChoice(const std::string& option, const std::string& text,
+                        const std::vector<std::string>& choices) {
+    if (std::find(choices.begin(), choices.end(), text) == choices.end()) {
+        throw CLI::ValidationError(
+            option, fmt::format("'{}' is not one of {}", text, fmt::join(choices, ", ")));
     }
     return text;
 }

@@ -30,6 +30,10 @@ std::uint32_t parseWindow(const std::string& option, const std::string& text);
 /* A name of a file or directory, not empty. */
 std::string parsePath(const std::string& option, const std::string& text);
 
+/* One of a few words, of which there are two at least. */
+std::string parseChoice(const std::string& option, const std::string& text,
+                        const std::vector<std::string>& choices);
+
 /* How much trace to show, from -1 to 3. */
 int parseTraceLevel(const std::string& option, const std::string& text);
 

@@ -55,5 +55,7 @@ std::string Progress::line(double elapsed, const std::string& state) const {
     const std::size_t text = clock.size() + state.size() + 3;  // with brackets and a blank
     const std::size_t width = room > text ? std::min(room - text, kMostBarCells) : 0;
     const std::string line = fmt::format("[{}] {}{}", cells(share, width), clock, state);
-    return line.substr(0, room);
+    const std::size_t full = std::min(line.find_first_not_of('#', 1), room);
+    return line.substr(0, 1) + console_.styled(line.substr(1, full - 1), Style::Good) +
+           line.substr(full, room - full);
 }

@@ -154,23 +154,23 @@ RecordSummary summaryOf(const RecordOptions& options, const CaptureSettings& set
 }
 
 void record(const RecordOptions& options, const Environment& environment) {
-    const CaptureChoice choice = chooseCapture(options.capture);
+    const CaptureChoice choice = chooseCapture(options.capture, environment);
     const CaptureSettings& settings = choice.settings;
     const FfmpegLog log(environment.trace);
     RecordingTarget target(options.file, environment.interruption);
     Recorder recorder(options.format, settings.size, settings.framesPerSecond, target,
                       environment.interruption);
     // Standard output holds nothing but the recording, or nothing but JSON.
-    Console errors(stderr);
-    Console& talk = options.json || options.isToStandardOutput() ? errors : environment.console;
+    Console& talk =
+        options.json || options.isToStandardOutput() ? environment.errors : environment.console;
     const Outcome outcome = Recording(options, choice, environment, talk, recorder).run();
     recorder.finish(outcome.end);
     if (!outcome.first) {
         throw reasonOfNothing(outcome, settings);
     }
     if (outcome.windowClosed) {
-        fmt::print(stderr, "note: window {} was closed; the recording ends there\n",
-                   *settings.window);
+        environment.errors.note(
+            fmt::format("window {} was closed; the recording ends there", *settings.window));
     }
     const RecordSummary summary = summaryOf(options, settings, target, recorder, outcome);
     options.json ? writeJson(environment.console, recordSummaryJson(summary))

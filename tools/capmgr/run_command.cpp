@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include "failure.h"
 #include "frame_keeper.h"
 #include "frame_reader.h"
+#include "json_output.h"
 #include "option_values.h"
 #include "output_directory.h"
 #include "output_file.h"
@@ -22,6 +24,7 @@ struct RunOptions {
     CaptureOptions capture;
     std::string directory = "captures";
     double seconds = 5.0;
+    bool json = false;
 };
 
 // How long an interruption may go unnoticed.
@@ -74,13 +77,15 @@ void record(FrameReader& reader, double seconds, const Environment& environment,
 }
 
 /* The failure that ended the recording early, if one did. */
-std::optional<Failure> recordUntilFailure(const CaptureSettings& settings, double seconds,
-                                          const Environment& environment, FrameKeeper& frames) {
+std::optional<Failure> recordUntilFailure(const CaptureSettings& settings,
+                                          const RunOptions& options, const Environment& environment,
+                                          FrameKeeper& frames) {
     std::optional<Failure> failure;
-    RunProgress progress(environment.console, seconds);
+    // With --json standard output is one document.
+    RunProgress progress(options.json ? environment.errors : environment.console, options.seconds);
     try {
         FrameReader reader(settings, environment.trace);
-        record(reader, seconds, environment, frames, progress);
+        record(reader, options.seconds, environment, frames, progress);
     } catch (const Failure& reason) {
         failure = reason;
     }
@@ -89,18 +94,22 @@ std::optional<Failure> recordUntilFailure(const CaptureSettings& settings, doubl
 }
 
 void runCapture(const RunOptions& options, const Environment& environment) {
-    const CaptureChoice choice = chooseCapture(options.capture);
+    const CaptureChoice choice = chooseCapture(options.capture, environment);
     OutputDirectory directory(options.directory);
     const Pictures pictures(directory.path());
     FrameKeeper frames;
     const std::optional<Failure> failure =
-        recordUntilFailure(choice.settings, options.seconds, environment, frames);
+        recordUntilFailure(choice.settings, options, environment, frames);
     if (frames.frames() == 0) {
         throw failure.value_or(Failure("interrupted before a frame came; nothing was written"));
     }
     directory.keep();
     pictures.write(frames, environment.interruption);
-    environment.console.write(runSummary(frames, choice.monitor, pictures.paths()));
+    if (options.json) {
+        writeJson(environment.console, describeRun(frames, choice.monitor, pictures.paths()));
+    } else {
+        environment.console.write(runSummary(frames, choice.monitor, pictures.paths()));
+    }
     if (failure) {
         throw *failure;
     }
@@ -127,6 +136,7 @@ void addRunCommand(CLI::App& app, Invocation& invocation) {
            "directory for first.png, middle.png and last.png, created if absent "
            "(default: captures)")
         ->type_name("DIR");
+    addJsonOption(run, options->json);
     run.callback([options, &invocation] {
         invocation.command = [options](const Environment& environment) {
             runCapture(*options, environment);

@@ -2,23 +2,19 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
+#include <nlohmann/json.hpp>
 
+#include "latency_counts.h"
 #include "monitors.h"
 
 namespace {
 
-/* The value that `share` of the sorted ones do not exceed (nearest rank). */
-double percentile(const std::vector<double>& sorted, double share) {
-    const double rank = std::ceil(share * static_cast<double>(sorted.size()));
-    return sorted[static_cast<std::size_t>(std::max(rank, 1.0)) - 1];
-}
-
-std::string latencyText(std::vector<double> latencies) {
-    std::sort(latencies.begin(), latencies.end());
-    return fmt::format("median {:.1f} ms, p99 {:.1f} ms, max {:.1f} ms", percentile(latencies, 0.5),
-                       percentile(latencies, 0.99), latencies.back());
+LatencySummary latencyOf(const FrameKeeper& frames) {
+    LatencyCounts counts;
+    for (const double latency : frames.latencies()) {
+        counts.add(latency);
+    }
+    return counts.summary();
 }
 
 std::string row(const std::string& name, const std::string& value) {
@@ -32,7 +28,7 @@ std::string runSummary(const FrameKeeper& frames, const CAP_MONITOR_INFO& monito
     std::string text;
     text += row("frames", fmt::format("{} ({} missed)", frames.frames(), frames.missed()));
     text += row("rate", fmt::format("{:.1f} frames/s", frames.rate()));
-    text += row("latency", latencyText(frames.latencies()));
+    text += row("latency", latencyText(latencyOf(frames)));
     text += row("frame size", sizeText({frames.last().width, frames.last().height}));
     text += row("monitor", fmt::format("{} ({})", monitor.dwIndex, monitorName(monitor)));
     std::string name = "pictures";
@@ -41,4 +37,24 @@ std::string runSummary(const FrameKeeper& frames, const CAP_MONITOR_INFO& monito
         name.clear();
     }
     return text;
+}
+
+nlohmann::ordered_json describeRun(const FrameKeeper& frames, const CAP_MONITOR_INFO& monitor,
+                                   const std::vector<std::filesystem::path>& pictures) {
+    const LatencySummary latency = latencyOf(frames);
+    auto names = nlohmann::ordered_json::array();
+    for (const std::filesystem::path& picture : pictures) {
+        names.push_back(picture.string());
+    }
+    return {{"frames", frames.frames()},
+            {"missed", frames.missed()},
+            {"frames_per_second", frames.rate()},
+            {"latency_median_ms", latency.median},
+            {"latency_p99_ms", latency.p99},
+            {"latency_max_ms", latency.max},
+            {"width", frames.last().width},
+            {"height", frames.last().height},
+            {"monitor", monitor.dwIndex},
+            {"monitor_name", monitor.cstrName},
+            {"pictures", names}};
 }

@@ -2,6 +2,7 @@
 #define CAPMGR_RUN_SUMMARY_H
 
 #include <filesystem>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -11,5 +12,9 @@
 /* The table that ends a run; frames holds one frame at least. */
 std::string runSummary(const FrameKeeper& frames, const CAP_MONITOR_INFO& monitor,
                        const std::vector<std::filesystem::path>& pictures);
+
+/* The same as data. */
+nlohmann::ordered_json describeRun(const FrameKeeper& frames, const CAP_MONITOR_INFO& monitor,
+                                   const std::vector<std::filesystem::path>& pictures);
 
 #endif

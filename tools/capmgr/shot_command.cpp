@@ -1,18 +1,17 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
-#include <utility>
 
 #include "capture_choice.h"
 #include "commands.h"
-#include "failure.h"
-#include "frame_reader.h"
+#include "json_output.h"
 #include "monitors.h"
 #include "option_values.h"
 #include "output_file.h"
+#include "picture_taking.h"
 #include "png_encoder.h"
 
 namespace {
@@ -20,57 +19,20 @@ namespace {
 struct ShotOptions {
     CaptureOptions capture;
     std::string file;
+    bool json = false;
 };
 
-// How long an interruption may go unnoticed.
-constexpr std::chrono::milliseconds kTick{100};
-
-// A picture that has stayed the same for so long is at rest; one that moves is not waited for.
-constexpr std::chrono::milliseconds kRest{200};
-constexpr std::chrono::milliseconds kLongestUnrest{1000};
-
-Frame takeFrame(FrameReader& reader, const Environment& environment) {
-    Frame frame;
-    while (!reader.read(frame, Clock::now() + kTick)) {
-        if (environment.interruption.requested()) {
-            throw Failure("interrupted before a frame came; nothing was written");
-        }
-    }
-    return frame;
-}
-
-/*
- * Waits for the windows in a picture of chosen ones to be painted: when the display server begins
- * to keep their contents apart, it may ask applications to paint them anew, and the first frames
- * may show some without what belongs in them.
- */
-void awaitRest(FrameReader& reader, Frame& frame, const Environment& environment) {
-    const Clock::time_point last = Clock::now() + kLongestUnrest;
-    Clock::time_point rested = Clock::now() + kRest;
-    while (Clock::now() < std::min(rested, last) && !environment.interruption.requested()) {
-        Frame next;
-        if (reader.read(next, std::min({rested, last, Clock::now() + kTick})) &&
-            next.pixels != frame.pixels) {
-            std::swap(frame, next);
-            rested = Clock::now() + kRest;
-        }
-    }
-}
-
-Frame takePicture(const CaptureSettings& settings, const Environment& environment) {
-    FrameReader reader(settings, environment.trace);
-    Frame frame = takeFrame(reader, environment);
-    if (settings.window || !settings.excluded.empty()) {
-        awaitRest(reader, frame, environment);
-    }
-    return frame;
-}
-
 void takeShot(const ShotOptions& options, const Environment& environment) {
-    const CaptureChoice choice = chooseCapture(options.capture);
+    const CaptureChoice choice = chooseCapture(options.capture, environment);
     const OutputFile file(options.file);
     const Frame frame = takePicture(choice.settings, environment);
     file.write(encodePng(frame), environment.interruption);
+    if (options.json) {
+        writeJson(
+            environment.console,
+            {{"path", file.path().string()}, {"width", frame.width}, {"height", frame.height}});
+        return;
+    }
     environment.console.write(
         fmt::format("{}  {}\n", file.path().string(), sizeText({frame.width, frame.height})));
 }
@@ -86,6 +48,7 @@ void addShotCommand(CLI::App& app, Invocation& invocation) {
             "picture to write; replaced when it exists")
         ->type_name("")
         ->required();
+    addJsonOption(shot, options->json);
     shot.callback([options, &invocation] {
         invocation.command = [options](const Environment& environment) {
             takeShot(*options, environment);

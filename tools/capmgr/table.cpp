@@ -25,10 +25,11 @@ Table::Table(const std::vector<Column>& columns) {
         titles.push_back(column.title);
         alignment_.push_back(column.align);
     }
-    add(titles);
+    add(titles, Style::Heading);
 }
 
-void Table::add(const std::vector<std::string>& cells) {
+void Table::add(const std::vector<std::string>& cells, Style style) {
+    styles_.push_back(style);
     Row& row = rows_.emplace_back();
     std::transform(cells.begin(), cells.end(), std::back_inserter(row),
                    [](const std::string& cell) { return printable(cell); });
@@ -44,19 +45,19 @@ std::vector<std::size_t> Table::widths() const {
     return widths;
 }
 
-std::string Table::text(std::optional<std::size_t> lineWidth) const {
+void Table::write(Console& console) const {
     std::vector<std::size_t> widths = this->widths();
-    if (lineWidth) {
+    if (const std::optional<std::size_t> lineWidth = console.lineWidth()) {
         const std::size_t others =
             std::accumulate(widths.begin(), widths.end() - 1, kGap * (widths.size() - 1));
         const std::size_t room = *lineWidth > others ? *lineWidth - others : 0;
         widths.back() = std::min(widths.back(), std::max(room, kLeastCells));
     }
     std::string text;
-    for (const Row& row : rows_) {
-        text += line(row, widths);
+    for (std::size_t row = 0; row < rows_.size(); ++row) {
+        text += console.styled(line(rows_[row], widths), styles_[row]) + "\n";
     }
-    return text;
+    console.write(text);
 }
 
 std::string Table::line(const Row& row, const std::vector<std::size_t>& widths) const {
@@ -66,5 +67,5 @@ std::string Table::line(const Row& row, const std::vector<std::size_t>& widths) 
         text += std::string(column == 0 ? 0 : kGap, ' ');
         text += aligned(cell, widths[column], alignment_[column]);
     }
-    return text.substr(0, text.find_last_not_of(' ') + 1) + "\n";
+    return text.substr(0, text.find_last_not_of(' ') + 1);
 }

@@ -3,9 +3,10 @@
 #define CAPMGR_TABLE_H
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "console.h"
 
 class Table {
   public:
@@ -18,11 +19,11 @@ class Table {
     explicit Table(const std::vector<Column>& columns);
 
     /* One cell for each column. */
-    void add(const std::vector<std::string>& cells);
+    void add(const std::vector<std::string>& cells, Style style = Style::Plain);
 
-    /* All lines, each with its end. In a line width, the last column is cut so that lines fit if
-     * they can; without one it is whole. */
-    std::string text(std::optional<std::size_t> lineWidth) const;
+    /* Writes all lines. Where lines have a width, the last column is cut so that they fit if they
+     * can; elsewhere it is whole. */
+    void write(Console& console) const;
 
   private:
     using Row = std::vector<std::string>;
@@ -32,6 +33,7 @@ class Table {
 
     std::vector<Align> alignment_;
     std::vector<Row> rows_;  // the titles first
+    std::vector<Style> styles_;
 };
 
 #endif

@@ -24,6 +24,7 @@ void TraceOutput::take() const {
 
 void TraceOutput::show(int level, const char* text) const {
     if (level <= level_) {
-        std::fprintf(stderr, "%s\n", text);
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
+        std::fprintf(stderr, "%.6f %s\n", elapsed.count(), text);
     }
 }

@@ -7,6 +7,7 @@
 #ifndef CAPMGR_TRACE_OUTPUT_H
 #define CAPMGR_TRACE_OUTPUT_H
 
+#include <chrono>
 #include <optional>
 
 class TraceOutput {
@@ -21,7 +22,8 @@ class TraceOutput {
     /* Routes all messages here and lowers the level of the facility to what is shown. */
     void take() const;
 
-    /* Writes one message if its level is shown. Any thread, one at a time. */
+    /* Writes one message, behind the seconds since this was made, if its level is shown. Any
+     * thread, one at a time. */
     void show(int level, const char* text) const;
 
     /* Highest level shown; below 0 none is. */
@@ -29,6 +31,7 @@ class TraceOutput {
 
   private:
     int level_;
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 #endif

@@ -57,7 +57,8 @@ void addViewCommand(CLI::App& app, Invocation& invocation) {
     view.callback([options, &invocation] {
         refuseContradictions(*options);
         invocation.command = [options](const Environment& environment) {
-            Viewer(chooseCapture(options->capture), options->viewer, environment).run();
+            Viewer(chooseCapture(options->capture, environment), options->viewer, environment)
+                .run();
         };
     });
 }

@@ -44,7 +44,7 @@ Viewer::Viewer(const CaptureChoice& choice, const ViewerOptions& options,
                const Environment& environment)
     : options_(options),
       environment_(environment),
-      window_(titleFor(choice.monitor), choice.settings.size),
+      window_(titleFor(choice.monitor), choice.settings.size, environment.errors),
       reader_(firstSettings(choice), environment.trace, [this] { window_.wake(); }) {
     status_.monitor = choice.monitor;
     status_.showsTexts = options.showsTexts;
@@ -106,7 +106,7 @@ void Viewer::press(const SDL_KeyboardEvent& key) {
     if (isCommand || key.repeat != 0) {
         return;
     }
-    obey(actionFor(key.keysym.sym, picker_.isOpen()));
+    obey(actionFor(key.keysym.sym, windowList_.isOpen()));
     textsDue_ = {};
 }
 
@@ -140,13 +140,13 @@ void Viewer::obey(ViewerAction action) {
             isClosed_ = true;
             return;
         case ViewerAction::ListUp:
-            return picker_.up();
+            return windowList_.up();
         case ViewerAction::ListDown:
-            return picker_.down();
+            return windowList_.down();
         case ViewerAction::ListTick:
             return tickWindow();
         case ViewerAction::ListClose:
-            return picker_.close();
+            return windowList_.close();
     }
 }
 
@@ -220,7 +220,7 @@ void Viewer::startOn(const CAP_MONITOR_INFO& monitor) {
     status_.shown = {};
     meter_.reset(Clock::now());
     window_.setTitle(titleFor(monitor));
-    picker_.close();
+    windowList_.close();
 }
 
 void Viewer::changeSize(Step step) {
@@ -259,7 +259,7 @@ void Viewer::chooseWindows() {
     std::erase_if(windows, [this](const Window& window) {
         return window.number == status_.ownWindow || !isOn(window, status_.monitor);
     });
-    picker_.open(std::move(windows));
+    windowList_.open(std::move(windows));
 }
 
 void Viewer::clearWindows() {
@@ -273,7 +273,7 @@ void Viewer::clearWindows() {
 }
 
 void Viewer::tickWindow() {
-    const std::optional<std::uint32_t> window = picker_.current();
+    const std::optional<std::uint32_t> window = windowList_.current();
     if (!window) {
         return;
     }
@@ -305,7 +305,7 @@ void Viewer::notify(const std::string& notice) {
 
 void Viewer::updateTexts(Clock::time_point now) {
     status_.settings = reader_.settings();
-    status_.choosesWindows = picker_.isOpen();
+    status_.choosesWindows = windowList_.isOpen();
     status_.notice = noticeText(now);
     if (now < textsDue_) {
         return;
@@ -313,8 +313,8 @@ void Viewer::updateTexts(Clock::time_point now) {
     textsDue_ = now + kTextPeriod;
     OverlayTexts texts;
     texts.notice = status_.notice;
-    if (picker_.isOpen()) {
-        texts.list = picker_.text(reader_.settings().excluded);
+    if (windowList_.isOpen()) {
+        texts.list = windowList_.text(reader_.settings().excluded);
     }
     if (status_.showsTexts) {
         texts.status = statusText(status_, meter_.rate(now), latency_, leftOutNames_);

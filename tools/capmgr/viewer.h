@@ -17,7 +17,7 @@
 #include "viewer_controls.h"
 #include "viewer_status.h"
 #include "viewer_window.h"
-#include "window_picker.h"
+#include "viewer_window_list.h"
 
 struct ViewerOptions {
     std::optional<double> seconds;  // how long, from the first picture; none: until it is closed
@@ -65,7 +65,7 @@ class Viewer {
     ViewerStatus status_;
     ViewerWindow window_;
     FrameReader reader_;  // after the window, which it wakes
-    WindowPicker picker_;
+    ViewerWindowList windowList_;
     RateMeter meter_;
     Frame frame_;
     Frame shown_;

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 
 #include "failure.h"
 
@@ -26,11 +25,11 @@ void choose(SDL_Renderer* renderer, SDL_Color color) {
 
 }  // namespace
 
-ViewerOverlay::ViewerOverlay(SDL_Renderer* renderer) : renderer_(renderer) {
+ViewerOverlay::ViewerOverlay(SDL_Renderer* renderer, Console& errors) : renderer_(renderer) {
     try {
         font_.emplace();
     } catch (const Failure& reason) {
-        fmt::print(stderr, "note: there are no texts over the picture: {}\n", reason.what());
+        errors.note(fmt::format("there are no texts over the picture: {}", reason.what()));
     }
 }
 

@@ -9,7 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "viewer_font.h"
+#include "console.h"
+#include "text_font.h"
 
 struct DestroyTexture {
     void operator()(SDL_Texture* texture) const { SDL_DestroyTexture(texture); }
@@ -28,9 +29,9 @@ struct OverlayTexts {
 
 class ViewerOverlay {
   public:
-    /* The renderer has to outlive it. Without a font there are no panels, and a note on standard
-     * error says so. */
-    explicit ViewerOverlay(SDL_Renderer* renderer);
+    /* The renderer has to outlive it. Without a font there are no panels, and a note
+     * says so. */
+    ViewerOverlay(SDL_Renderer* renderer, Console& errors);
 
     /* True when the texts are others than before. */
     bool set(const OverlayTexts& texts);
@@ -50,7 +51,7 @@ class ViewerOverlay {
     int drawPanel(const Panel& panel, SDL_Color edge, int top) const;
 
     SDL_Renderer* renderer_;
-    std::optional<ViewerFont> font_;
+    std::optional<TextFont> font_;
     OverlayTexts texts_;
     Panel status_;
     Panel notice_;

@@ -75,7 +75,7 @@ ViewerWindow::Library::~Library() {
     SDL_Quit();
 }
 
-ViewerWindow::ViewerWindow(const std::string& title, CAP_SIZE picture) {
+ViewerWindow::ViewerWindow(const std::string& title, CAP_SIZE picture, Console& errors) {
     const Size size =
         firstSize({static_cast<int>(picture.dwWidth), static_cast<int>(picture.dwHeight)});
     window_.reset(SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
@@ -90,7 +90,7 @@ ViewerWindow::ViewerWindow(const std::string& title, CAP_SIZE picture) {
     if (renderer_ == nullptr) {
         throw Failure(fmt::format("cannot draw in a window: {}", SDL_GetError()));
     }
-    overlay_.emplace(renderer_.get());
+    overlay_.emplace(renderer_.get(), errors);
     wakeEvent_ = SDL_RegisterEvents(1);
 }
 

@@ -23,7 +23,7 @@ class ViewerWindow {
     using Clock = std::chrono::steady_clock;
 
     /* Opens on screen, for pictures of that size. Throws Failure. */
-    ViewerWindow(const std::string& title, CAP_SIZE picture);
+    ViewerWindow(const std::string& title, CAP_SIZE picture, Console& errors);
 
     /* The next event, once it comes; none when the deadline passed first. */
     std::optional<SDL_Event> await(Clock::time_point deadline);

@@ -74,3 +74,8 @@ std::vector<Window> listWindows() {
     }
     return windows;
 }
+
+bool isDesktop(const Window& window) {
+    constexpr std::int32_t kDesktopIcons = -2147483603;
+    return window.layer <= kDesktopIcons;
+}

@@ -20,4 +20,7 @@ struct Window {
 /* Front to back. Throws Failure when they cannot be listed. */
 std::vector<Window> listWindows();
 
+/* Whether a window is the background of the desktop, or the icons on it. */
+bool isDesktop(const Window& window);
+
 #endif

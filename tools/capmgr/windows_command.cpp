@@ -79,7 +79,7 @@ void showWindows(Console& console) {
                    sizeText({window.width, window.height}), known(window.application),
                    known(window.title)});
     }
-    console.write(table.text(console.lineWidth()));
+    table.write(console);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-/* The typeface of the viewer's texts: the fixed-width one that this desktop prefers. */
-#ifndef CAPMGR_VIEWER_FONT_H
-#define CAPMGR_VIEWER_FONT_H
+/* The typeface of texts in pictures: the fixed-width one that this desktop prefers. */
+#ifndef CAPMGR_TEXT_FONT_H
+#define CAPMGR_TEXT_FONT_H
 
 #include <SDL.h>
 #include <SDL_ttf.h>
@@ -13,10 +13,10 @@ struct FreeSurface {
 };
 using Surface = std::unique_ptr<SDL_Surface, FreeSurface>;
 
-class ViewerFont {
+class TextFont {
   public:
     /* Throws Failure when no typeface is to be had. */
-    ViewerFont();
+    TextFont();
 
     /* Height of the letters, pixels. */
     void setSize(int pixels);

@@ -1,6 +1,6 @@
 /* The list from which a person picks the windows to leave out. */
-#ifndef CAPMGR_WINDOW_PICKER_H
-#define CAPMGR_WINDOW_PICKER_H
+#ifndef CAPMGR_VIEWER_WINDOW_LIST_H
+#define CAPMGR_VIEWER_WINDOW_LIST_H
 
 #include <cstddef>
 #include <optional>
@@ -12,7 +12,7 @@
 /* A window as it is spoken of in a few words: its title and its application. */
 std::string nameOf(const Window& window);
 
-class WindowPicker {
+class ViewerWindowList {
   public:
     void open(std::vector<Window> windows);
     void close() { isOpen_ = false; }

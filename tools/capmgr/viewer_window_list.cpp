@@ -1,4 +1,4 @@
-#include "window_picker.h"
+#include "viewer_window_list.h"
 
 #include <fmt/format.h>
 
@@ -20,25 +20,25 @@ std::string nameOf(const Window& window) {
                         : cutToWidth(printable(name), kNameCells);
 }
 
-void WindowPicker::open(std::vector<Window> windows) {
+void ViewerWindowList::open(std::vector<Window> windows) {
     windows_ = std::move(windows);
     cursor_ = 0;
     isOpen_ = true;
 }
 
-void WindowPicker::up() {
+void ViewerWindowList::up() {
     cursor_ -= cursor_ > 0 ? 1U : 0U;
 }
 
-void WindowPicker::down() {
+void ViewerWindowList::down() {
     cursor_ += cursor_ + 1 < windows_.size() ? 1U : 0U;
 }
 
-std::optional<std::uint32_t> WindowPicker::current() const {
+std::optional<std::uint32_t> ViewerWindowList::current() const {
     return windows_.empty() ? std::nullopt : std::optional(windows_[cursor_].number);
 }
 
-std::string WindowPicker::text(const std::vector<std::uint32_t>& leftOut) const {
+std::string ViewerWindowList::text(const std::vector<std::uint32_t>& leftOut) const {
     std::string text = "Windows to leave out   Up/Down move   Space tick   X done\n";
     if (windows_.empty()) {
         return text + "there are no other windows on this monitor";

@@ -1,4 +1,4 @@
-#include "viewer_font.h"
+#include "text_font.h"
 
 #include <fmt/format.h>
 #include <fontconfig/fontconfig.h>
@@ -39,17 +39,17 @@ std::string findFontFile() {
 
 }  // namespace
 
-ViewerFont::Library::Library() {
+TextFont::Library::Library() {
     if (TTF_Init() != 0) {
         throw Failure(fmt::format("no texts can be drawn: {}", TTF_GetError()));
     }
 }
 
-ViewerFont::Library::~Library() {
+TextFont::Library::~Library() {
     TTF_Quit();
 }
 
-ViewerFont::ViewerFont() {
+TextFont::TextFont() {
     const std::string file = findFontFile();
     FcFini();
     if (file.empty()) {
@@ -61,11 +61,11 @@ ViewerFont::ViewerFont() {
     }
 }
 
-void ViewerFont::setSize(int pixels) {
+void TextFont::setSize(int pixels) {
     TTF_SetFontSize(font_.get(), pixels);
 }
 
-Surface ViewerFont::render(const std::string& text, SDL_Color color, int width) const {
+Surface TextFont::render(const std::string& text, SDL_Color color, int width) const {
     constexpr int kOnlyAtLineEnds = 0;
     const int wrap = widthOf(text) <= width ? kOnlyAtLineEnds : width;
     return Surface(TTF_RenderUTF8_Blended_Wrapped(font_.get(), text.c_str(), color,
@@ -73,7 +73,7 @@ Surface ViewerFont::render(const std::string& text, SDL_Color color, int width) 
 }
 
 // Of its longest line, pixels.
-int ViewerFont::widthOf(const std::string& text) const {
+int TextFont::widthOf(const std::string& text) const {
     int widest = 1;
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
