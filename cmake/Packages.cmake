@@ -58,6 +58,7 @@ of hosts in C and C++ of the screen-capture manager.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME capmgr)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${runtime} ${same_version}")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS fonts-dejavu-core)  # any font for texts in pictures
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "screen capture from the command line
 Lists monitors and windows, takes pictures of a display or of one window,
 records them as video, shows live what others will see, and tells how captures
