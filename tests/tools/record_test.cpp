@@ -182,8 +182,8 @@ TEST_F(RecordTest, SummaryForProgramsIsJson) {
     EXPECT_EQ(summary["bytes"], std::filesystem::file_size(file("a.webm")));
     EXPECT_EQ(summary["frames"], packetTimes(file("a.webm")).size());
     EXPECT_DOUBLE_EQ(summary["seconds"], 0.3);
-    EXPECT_TRUE(summary["dropped_frames"].is_number_unsigned());
-    EXPECT_TRUE(summary["missed_frames"].is_number_unsigned());
+    EXPECT_TRUE(summary["dropped"].is_number_unsigned());
+    EXPECT_TRUE(summary["missed"].is_number_unsigned());
 }
 
 TEST_F(RecordTest, TerminalShowsABarWithFramesSizeDroppedAndProcessorUse) {
@@ -191,8 +191,9 @@ TEST_F(RecordTest, TerminalShowsABarWithFramesSizeDroppedAndProcessorUse) {
         capmgr(server.display(), {"--color", "never", "record", "--seconds", "0.5", "a.mkv"});
     setup.output = OutputKind::Terminal;
     EXPECT_THAT(runToEnd(setup).output,
-                ContainsRegex("\r\\[#+-*\\] 0\\.[0-9] of 0\\.5 s, [0-9]+ frames, [0-9.]+ "
-                              "[a-zA-Z]+, [0-9]+ dropped, [0-9]+ % processor"));
+                ContainsRegex(
+                    "\r\\[\x1b\\[32m#+\x1b\\[0m-*\\] 0\\.[0-9] of 0\\.5 s, [0-9]+ frames, [0-9.]+ "
+                    "[a-zA-Z]+, [0-9]+ dropped, [0-9]+ % processor"));
 }
 
 }  // namespace

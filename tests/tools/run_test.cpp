@@ -2,6 +2,7 @@
 
 #include "capmgr_fixture.h"
 #include "live_scene.h"
+#include "randr_client.h"
 #include "xvfb_server.h"
 
 namespace {
@@ -102,6 +103,18 @@ TEST_F(RunTest, FrameTracesAreNotShownUnlessAskedFor) {
     EXPECT_THAT(errorsAt("2"), HasSubstr("[KXSS]CCaptureMac::DoCapture()... End!"));
     EXPECT_THAT(errorsAt("2"), Not(HasSubstr("CCaptureMac::DoCapture()... Begin!")));
     EXPECT_THAT(errorsAt("3"), HasSubstr("CCaptureMac::DoCapture()... Begin!"));
+}
+
+TEST_F(RunTest, ScreenOfAnotherSizeEndsTheRunWithItsPicturesAndFails) {
+    const XvfbServer server("640x480x24");
+    const LiveScene scene(server.display());
+    ChildProcess child(capmgr(server.display(), {"run", "--seconds", "600"}));
+    ASSERT_TRUE(child.awaitOutput("frames/s"));
+    RandrClient(server.display()).setMode(modeOfSize(320, 240));
+    const ChildResult result = child.finish();
+    expectRefusal(result, 1, "monitor 0 changed its size or place while it was captured");
+    EXPECT_THAT(result.output, HasSubstr("\npictures "));
+    EXPECT_EQ(readPicture(file("captures/last.png")).width, 640U);
 }
 
 TEST_F(RunTest, JsonIsOneDocumentWithTheSummary) {

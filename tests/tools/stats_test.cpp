@@ -4,6 +4,7 @@
 
 #include "capmgr_fixture.h"
 #include "live_scene.h"
+#include "randr_client.h"
 #include "window_client.h"
 #include "xvfb_server.h"
 
@@ -82,6 +83,24 @@ TEST_F(StatsTest, InterruptionRestoresTheTerminal) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.errors, "");
     EXPECT_THAT(result.output, EndsWith(kScreenBefore));
+}
+
+// Both are pending when the stopped program goes on.
+TEST_F(StatsTest, SecondInterruptionRestoresTheTerminalAsWell) {
+    ChildProcess child(onTerminal({}));
+    ASSERT_TRUE(child.awaitOutput("640x480"));
+    child.send(SIGSTOP);
+    child.send(SIGINT);
+    child.send(SIGTERM);
+    child.send(SIGCONT);
+    EXPECT_THAT(child.finish().output, EndsWith(kScreenBefore));
+}
+
+TEST_F(StatsTest, ScreenOfAnotherSizeEndsIt) {
+    ChildProcess child(stats({"--interval", "0.2"}));
+    ASSERT_TRUE(child.awaitOutput("640x480"));
+    RandrClient(server.display()).setMode(modeOfSize(320, 240));
+    expectRefusal(child.finish(), 1, "monitor 0 changed its size or place while it was captured");
 }
 
 TEST_F(StatsTest, FailureRestoresTheTerminalAndIsTold) {

@@ -181,6 +181,14 @@ TEST_F(TraceViewTest, GarbageIsPassedOver) {
     EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
 }
 
+TEST_F(TraceViewTest, NumbersTooLargeForATraceAreNotReckonedWith) {
+    makeFile("trace",
+             "[KXSC][CPMO][STEP][information of the monitor][Index:1, L:-9223372036854775807, "
+             "R:9223372036854775807, T:0, B:5, Primary:1, Name:screen]\n" +
+                 std::string(kStart));
+    EXPECT_THAT(view().output, HasSubstr("monitor 1 (screen, 0x5)"));
+}
+
 TEST_F(TraceViewTest, StandardInputIsReadLikeAFile) {
     makeFile("trace", kStart);
     ChildSetup setup = program("/bin/sh", "");

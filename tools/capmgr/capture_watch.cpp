@@ -3,22 +3,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <tuple>
 
 #include "failure.h"
+#include "monitors.h"
 #include "window_list.h"
 
 namespace {
 
-constexpr std::chrono::milliseconds kMonitorPeriod{500};
+constexpr std::chrono::milliseconds kMonitorPeriod{750};
 
 // Some window managers take a window off the screen for a moment.
 constexpr std::chrono::milliseconds kLongestAbsence{500};
-
-bool isSameArea(const tagCaptureRect& one, const tagCaptureRect& other) {
-    return std::tie(one.left, one.top, one.right, one.bottom) ==
-           std::tie(other.left, other.top, other.right, other.bottom);
-}
 
 }  // namespace
 
@@ -30,12 +25,14 @@ void MonitorWatch::check(Clock::time_point now) {
         return;
     }
     due_ = now + kMonitorPeriod;
-    CapMgr_UpdateMonitor();
-    CAP_MONITOR_INFO found{};
-    if (!CapMgr_GetMonitorInfo(monitor_.dwIndex, &found)) {
+    const std::vector<CAP_MONITOR_INFO> monitors = presentMonitors();
+    if (monitors.empty()) {
+        return;  // for a moment only; or there will be no more frames, which the reader tells
+    }
+    if (monitor_.dwIndex >= monitors.size()) {
         throw Failure(fmt::format("monitor {} went away while it was captured", monitor_.dwIndex));
     }
-    if (!isSameArea(found.rcMonitor, monitor_.rcMonitor)) {
+    if (!hasSameArea(monitors[monitor_.dwIndex], monitor_)) {
         throw Failure(
             fmt::format("monitor {} changed its size or place while it was captured; start again",
                         monitor_.dwIndex));

@@ -56,16 +56,12 @@ void describe(CLI::App& app, Invocation& invocation, Console& console, Console& 
     app.footer("Exit status: 0 done, 1 failed, 2 bad usage.");
 }
 
-// "monitors, windows, shot, run or record"
 std::string commandNames(const CLI::App& app) {
-    std::string names;
-    const std::vector<const CLI::App*> commands =
-        app.get_subcommands([](const CLI::App*) { return true; });
-    for (const CLI::App* command : commands) {
-        const char* const separator = command == commands.back() ? " or " : ", ";
-        names += (names.empty() ? "" : separator) + command->get_name();
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(command->get_name());
     }
-    return names;
+    return listed(names);
 }
 
 // The parser's own words for a missing or misspelt command name neither it nor the possible ones.

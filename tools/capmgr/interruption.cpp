@@ -3,6 +3,8 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <utility>
+
 Interruption::Interruption() {
     sigemptyset(&signals_);
     sigaddset(&signals_, SIGINT);
@@ -18,6 +20,11 @@ Interruption::~Interruption() {
     taker_.join();
 }
 
+void Interruption::setLastAct(std::function<void()> act) {
+    const std::unique_lock<std::mutex> noSuddenEnd = defer();
+    lastAct_ = std::move(act);
+}
+
 void Interruption::takeSignals() {
     int signal = 0;
     while (sigwait(&signals_, &signal) == 0) {
@@ -26,6 +33,9 @@ void Interruption::takeSignals() {
         }
         if (requested_.exchange(true)) {
             const std::unique_lock<std::mutex> noFileHalfWritten = defer();
+            if (lastAct_) {
+                lastAct_();
+            }
             _exit(128 + signal);
         }
     }

@@ -10,9 +10,14 @@
 #define CAPMGR_INTERRUPTION_H
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
+#include <functional>
 #include <mutex>
 #include <thread>
+
+/* How long a command that waits for something else may leave an interruption unnoticed. */
+inline constexpr std::chrono::milliseconds kInterruptionTick{100};
 
 class Interruption {
   public:
@@ -27,6 +32,10 @@ class Interruption {
     /* While the result lives, a second signal waits. Hold it for milliseconds only. */
     [[nodiscard]] std::unique_lock<std::mutex> defer() { return std::unique_lock(deferral_); }
 
+    /* What a second signal does before it ends the process, on a thread of its own and in the midst
+     * of whatever the others do; an empty one for nothing any more. */
+    void setLastAct(std::function<void()> act);
+
   private:
     void takeSignals();
 
@@ -34,7 +43,8 @@ class Interruption {
     std::atomic<bool> requested_{false};
     std::atomic<bool> ending_{false};
     std::mutex deferral_;
-    std::thread taker_;  // last: it uses the others
+    std::function<void()> lastAct_;  // under deferral_
+    std::thread taker_;              // last: it uses the others
 };
 
 #endif

@@ -13,7 +13,7 @@ std::string textOf(const nlohmann::ordered_json& document, int indent) {
 }  // namespace
 
 void addJsonOption(CLI::App& command, bool& wanted) {
-    command.add_flag("--json", wanted, "print JSON, for programs");
+    command.add_flag("--json", wanted, "print JSON, for programs")->disable_flag_override();
 }
 
 void writeJson(Console& console, const nlohmann::ordered_json& document) {

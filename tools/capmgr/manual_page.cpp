@@ -58,6 +58,7 @@ writes its pictures, in the current directory, unless
 names another place.
 .PP
 Pictures appear whole or not at all; a file of the same name is replaced.
+A recording grows as it is made and can be played up to where it was broken off.
 .SH EXAMPLES
 A picture of the primary monitor at half its size:
 .PP
@@ -73,6 +74,15 @@ The same with one window left out, and of the window that is clicked:
 .RS
 capmgr shot \-\-exclude 12582924 screen.png
 capmgr shot \-\-pick window.png
+.RE
+.fi
+.PP
+A recording of the primary monitor until Ctrl\-C, and what others will see:
+.PP
+.nf
+.RS
+capmgr record screen.mkv
+capmgr view
 .RE
 .fi
 .PP

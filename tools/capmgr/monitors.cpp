@@ -29,10 +29,21 @@ std::vector<CAP_MONITOR_INFO> listMonitors() {
     return monitors;
 }
 
+std::vector<CAP_MONITOR_INFO> presentMonitors() {
+    CapMgr_UpdateMonitor();
+    return CapMgr_GetMonitorCount() == 0 ? std::vector<CAP_MONITOR_INFO>() : listMonitors();
+}
+
 CAP_SIZE monitorSize(const CAP_MONITOR_INFO& monitor) {
     const tagCaptureRect& area = monitor.rcMonitor;
     return {static_cast<std::uint32_t>(area.right - area.left),
             static_cast<std::uint32_t>(area.bottom - area.top)};
+}
+
+bool hasSameArea(const CAP_MONITOR_INFO& one, const CAP_MONITOR_INFO& other) {
+    const tagCaptureRect& a = one.rcMonitor;
+    const tagCaptureRect& b = other.rcMonitor;
+    return a.left == b.left && a.top == b.top && a.right == b.right && a.bottom == b.bottom;
 }
 
 std::string sizeText(CAP_SIZE size) {

@@ -10,8 +10,15 @@
 /* Every monitor, in index order. Throws Failure when there is none to be had. */
 std::vector<CAP_MONITOR_INFO> listMonitors();
 
+/* Every monitor as it is now. None for a moment while a display is being set anew, and when the
+ * display server is gone. */
+std::vector<CAP_MONITOR_INFO> presentMonitors();
+
 /* The monitor's own size in pixels. */
 CAP_SIZE monitorSize(const CAP_MONITOR_INFO& monitor);
+
+/* Whether two are of the same size at the same place. */
+bool hasSameArea(const CAP_MONITOR_INFO& one, const CAP_MONITOR_INFO& other);
 
 /* "1920x1080" */
 std::string sizeText(CAP_SIZE size);

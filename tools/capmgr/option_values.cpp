@@ -87,12 +87,20 @@ std::string parsePath(const std::string& option, const std::string& text) {
 std::string parseChoice(const std::string& option, const std::string& text,
                         const std::vector<std::string>& choices) {
     if (std::find(choices.begin(), choices.end(), text) == choices.end()) {
-        throw CLI::ValidationError(
-            option, fmt::format("'{}' is not one of {}", text, fmt::join(choices, ", ")));
+        throw CLI::ValidationError(option, fmt::format("'{}' is not {}", text, listed(choices)));
     }
     return text;
 }
 
 int parseTraceLevel(const std::string& option, const std::string& text) {
     return numberWithin(option, text, -1, 3);
+}
+
+std::string listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        const char* const separator = index + 1 == names.size() ? " or " : ", ";
+        text += (index == 0 ? "" : separator) + names[index];
+    }
+    return text;
 }

@@ -37,4 +37,7 @@ std::string parseChoice(const std::string& option, const std::string& text,
 /* How much trace to show, from -1 to 3. */
 int parseTraceLevel(const std::string& option, const std::string& text);
 
+/* "a, b or c" */
+std::string listed(const std::vector<std::string>& names);
+
 #endif

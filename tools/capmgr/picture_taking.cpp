@@ -8,16 +8,13 @@
 
 namespace {
 
-// How long an interruption may go unnoticed.
-constexpr std::chrono::milliseconds kTick{100};
-
 // A picture that has stayed the same for so long is at rest; one that moves is not waited for.
 constexpr std::chrono::milliseconds kRest{200};
 constexpr std::chrono::milliseconds kLongestUnrest{1000};
 
 Frame takeFrame(FrameReader& reader, const Environment& environment) {
     Frame frame;
-    while (!reader.read(frame, Clock::now() + kTick)) {
+    while (!reader.read(frame, Clock::now() + kInterruptionTick)) {
         if (environment.interruption.requested()) {
             throw Failure("interrupted before a frame came; nothing was written");
         }
@@ -35,7 +32,7 @@ void awaitRest(FrameReader& reader, Frame& frame, const Environment& environment
     Clock::time_point rested = Clock::now() + kRest;
     while (Clock::now() < std::min(rested, last) && !environment.interruption.requested()) {
         Frame next;
-        if (reader.read(next, std::min({rested, last, Clock::now() + kTick})) &&
+        if (reader.read(next, std::min({rested, last, Clock::now() + kInterruptionTick})) &&
             next.pixels != frame.pixels) {
             std::swap(frame, next);
             rested = Clock::now() + kRest;

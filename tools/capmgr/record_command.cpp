@@ -33,9 +33,6 @@ struct RecordOptions {
     bool isToStandardOutput() const { return file == kStandardOutput; }
 };
 
-// How long an interruption may go unnoticed.
-constexpr std::chrono::milliseconds kTick{100};
-
 /* What came from the capture, and how that ended. */
 struct Outcome {
     std::optional<Clock::time_point> first;  // when the grab of the first frame began
@@ -75,7 +72,7 @@ class Recording {
         Frame frame;
         while (!environment_.interruption.requested() && !recorder_.hasFailed()) {
             const Clock::time_point deadline =
-                std::min({timeUp_, progress_.due(), Clock::now() + kTick});
+                std::min({timeUp_, progress_.due(), Clock::now() + kInterruptionTick});
             const std::optional<FrameNews> news = reader.read(frame, deadline);
             const Clock::time_point now = Clock::now();
             if (news) {

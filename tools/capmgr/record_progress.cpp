@@ -1,31 +1,16 @@
 #include "record_progress.h"
 
 #include <fmt/format.h>
-#include <sys/resource.h>
 
+#include "process_usage.h"
 #include "record_summary.h"
-
-namespace {
-
-double secondsIn(const timeval& time) {
-    constexpr double kMicroseconds = 1e6;
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / kMicroseconds;
-}
-
-double processorSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return secondsIn(usage.ru_utime) + secondsIn(usage.ru_stime);
-}
-
-}  // namespace
 
 RecordProgress::RecordProgress(Console& console, std::optional<double> seconds,
                                const Recorder& recorder)
     : progress_(console, seconds),
       recorder_(recorder),
       usedAt_(Clock::now()),
-      used_(processorSeconds()) {}
+      used_(processorTime()) {}
 
 void RecordProgress::update(Clock::duration elapsed, Clock::time_point now) {
     if (now < due()) {
@@ -38,9 +23,10 @@ void RecordProgress::update(Clock::duration elapsed, Clock::time_point now) {
 
 double RecordProgress::takeUse(Clock::time_point now) {
     constexpr double kPercent = 100.0;
-    const double used = processorSeconds();
+    const std::chrono::microseconds used = processorTime();
+    const std::chrono::duration<double> share = used - used_;
     const std::chrono::duration<double> span = now - usedAt_;
-    const double use = (used - used_) / span.count() * kPercent;
+    const double use = share.count() / span.count() * kPercent;
     usedAt_ = now;
     used_ = used;
     return use;

@@ -2,6 +2,7 @@
 #ifndef CAPMGR_RECORD_PROGRESS_H
 #define CAPMGR_RECORD_PROGRESS_H
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -28,7 +29,7 @@ class RecordProgress {
     Progress progress_;
     const Recorder& recorder_;
     Clock::time_point usedAt_;
-    double used_;  // seconds of processor time
+    std::chrono::microseconds used_;  // processor time
 };
 
 #endif

@@ -38,8 +38,8 @@ nlohmann::ordered_json recordSummaryJson(const RecordSummary& summary) {
             {"width", summary.size.dwWidth},
             {"height", summary.size.dwHeight},
             {"frames", summary.frames},
-            {"dropped_frames", summary.dropped},
-            {"missed_frames", summary.missed},
+            {"dropped", summary.dropped},
+            {"missed", summary.missed},
             {"frames_per_second", rateOf(summary)},
             {"seconds", summary.seconds},
             {"bytes", summary.bytes}};

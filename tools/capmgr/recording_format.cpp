@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "option_values.h"
+
 namespace {
 
 using NamedValue = std::pair<const char*, const char*>;
@@ -81,18 +83,6 @@ constexpr std::array<Container, 4> kContainers{{
     {"y4m", "yuv4mpegpipe", false, kY4mCodecs, {}},
 }};
 
-constexpr std::array<const char*, 3> kQualities{"low", "medium", "high"};
-
-// "a, b or c"
-std::string listed(const std::vector<std::string>& names) {
-    std::string text;
-    for (std::size_t index = 0; index < names.size(); ++index) {
-        const char* const separator = index + 1 == names.size() ? " or " : ", ";
-        text += (index == 0 ? "" : separator) + names[index];
-    }
-    return text;
-}
-
 std::string namesOf(std::span<const Codec* const> codecs) {
     std::vector<std::string> names;
     std::ranges::transform(codecs, std::back_inserter(names),
@@ -134,9 +124,8 @@ const Container& chooseContainer(const std::string& file, const FormatWish& wish
     }
     if (named == nullptr) {
         throw CLI::ValidationError(
-            "FILE", fmt::format("the name {} does not end in mkv, mp4, webm or y4m; change it or "
-                                "give --format",
-                                file));
+            "FILE", fmt::format("the name {} does not end in {}; change it or give --format", file,
+                                containerNames()));
     }
     return *named;
 }
@@ -159,15 +148,14 @@ Quality chooseQuality(const Codec& codec, const FormatWish& wish) {
     if (!wish.quality) {
         return Quality::Medium;
     }
-    const auto* const found = std::ranges::find(kQualities, *wish.quality);
-    if (found == kQualities.end()) {
-        throw CLI::ValidationError("--quality",
-                                   fmt::format("'{}' is not low, medium or high", *wish.quality));
-    }
+    const std::string quality = parseChoice("--quality", *wish.quality, {"low", "medium", "high"});
     if (codec.isLossless()) {
         throw CLI::ValidationError("--quality", fmt::format("{} has but one", codec.name));
     }
-    return static_cast<Quality>(found - kQualities.begin());
+    if (quality == "low") {
+        return Quality::Low;
+    }
+    return quality == "medium" ? Quality::Medium : Quality::High;
 }
 
 }  // namespace

@@ -59,8 +59,10 @@ inline constexpr const char* kStandardOutput = "-";
 /* Throws CLI::ValidationError when names are unknown or do not go together. */
 RecordingFormat chooseFormat(const std::string& file, const FormatWish& wish);
 
-/* "mkv, mp4, webm or y4m", and the like for codecs and qualities. */
+/* "mkv, mp4, webm or y4m" */
 std::string containerNames();
+
+/* "h264, vp8, vp9 or ffv1 in mkv; ..." */
 std::string codecNames();
 
 #endif

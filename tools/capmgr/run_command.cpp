@@ -6,6 +6,7 @@
 #include <string>
 
 #include "capture_choice.h"
+#include "capture_watch.h"
 #include "commands.h"
 #include "failure.h"
 #include "frame_keeper.h"
@@ -26,9 +27,6 @@ struct RunOptions {
     double seconds = 5.0;
     bool json = false;
 };
-
-// How long an interruption may go unnoticed.
-constexpr std::chrono::milliseconds kTick{100};
 
 /* The three pictures of a run, in the order of the frames. */
 class Pictures {
@@ -55,16 +53,20 @@ class Pictures {
 };
 
 /* Captures until the time is up or an interruption comes. The time counts from the first frame. */
-void record(FrameReader& reader, double seconds, const Environment& environment,
-            FrameKeeper& frames, RunProgress& progress) {
+void readFrames(const CaptureChoice& choice, double seconds, const Environment& environment,
+                FrameKeeper& frames, RunProgress& progress) {
     const std::chrono::duration<double> length(seconds);
+    FrameReader reader(choice.settings, environment.trace);
+    MonitorWatch monitor(choice.monitor);
     Clock::time_point end = Clock::time_point::max();
     while (!environment.interruption.requested()) {
-        const Clock::time_point deadline = std::min({end, progress.due(), Clock::now() + kTick});
+        const Clock::time_point deadline =
+            std::min({end, progress.due(), Clock::now() + kInterruptionTick});
         const std::optional<FrameNews> news = reader.read(frames.next(), deadline);
         const Clock::time_point now = Clock::now();
         if (news) {
             frames.add(*news, now);
+            monitor.check(now);
         }
         if (news && frames.frames() == 1) {
             end = now + std::chrono::duration_cast<Clock::duration>(length);
@@ -76,16 +78,14 @@ void record(FrameReader& reader, double seconds, const Environment& environment,
     }
 }
 
-/* The failure that ended the recording early, if one did. */
-std::optional<Failure> recordUntilFailure(const CaptureSettings& settings,
-                                          const RunOptions& options, const Environment& environment,
-                                          FrameKeeper& frames) {
+/* The failure that ended the run early, if one did. */
+std::optional<Failure> readUntilFailure(const CaptureChoice& choice, const RunOptions& options,
+                                        const Environment& environment, FrameKeeper& frames) {
     std::optional<Failure> failure;
     // With --json standard output is one document.
     RunProgress progress(options.json ? environment.errors : environment.console, options.seconds);
     try {
-        FrameReader reader(settings, environment.trace);
-        record(reader, options.seconds, environment, frames, progress);
+        readFrames(choice, options.seconds, environment, frames, progress);
     } catch (const Failure& reason) {
         failure = reason;
     }
@@ -98,8 +98,7 @@ void runCapture(const RunOptions& options, const Environment& environment) {
     OutputDirectory directory(options.directory);
     const Pictures pictures(directory.path());
     FrameKeeper frames;
-    const std::optional<Failure> failure =
-        recordUntilFailure(choice.settings, options, environment, frames);
+    const std::optional<Failure> failure = readUntilFailure(choice, options, environment, frames);
     if (frames.frames() == 0) {
         throw failure.value_or(Failure("interrupted before a frame came; nothing was written"));
     }

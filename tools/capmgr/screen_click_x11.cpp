@@ -1,8 +1,10 @@
 #include <poll.h>
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <optional>
+#include <string_view>
 #include <thread>
 
 #include "failure.h"
@@ -10,8 +12,7 @@
 
 namespace {
 
-// How long an interruption may go unnoticed.
-constexpr int kTickMs = 100;
+constexpr auto kTickMs = static_cast<int>(kInterruptionTick.count());
 
 // A menu or a shortcut of the window manager may hold the pointer a moment longer than its click.
 constexpr int kAttempts = 20;

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "capture_choice.h"
+#include "capture_watch.h"
 #include "commands.h"
 #include "frame_reader.h"
 #include "json_output.h"
@@ -20,9 +21,6 @@ struct StatsOptions {
     bool json = false;
 };
 
-// How long an interruption or a key may go unnoticed.
-constexpr std::chrono::milliseconds kTick{100};
-
 constexpr double kShortestInterval = 0.1;
 
 Clock::duration durationOf(double seconds) {
@@ -37,9 +35,10 @@ class Watcher {
         : options_(options),
           choice_(choice),
           environment_(environment),
-          reader_(choice.settings, environment.trace) {
+          reader_(choice.settings, environment.trace),
+          monitor_(choice.monitor) {
         if (!options.json && environment.console.isInteractive()) {
-            screen_.emplace(environment.console);
+            screen_.emplace(environment.console, environment.interruption);
             screen_->show(statsScreen(CaptureFigures{}, choice));
         }
     }
@@ -49,10 +48,12 @@ class Watcher {
             options_.seconds ? begin_ + durationOf(*options_.seconds) : Clock::time_point::max();
         Clock::time_point due = begin_ + durationOf(options_.interval);
         while (Clock::now() < end && !isToEnd()) {
-            const auto news = reader_.read(frame_, std::min({end, due, Clock::now() + kTick}));
+            const auto news =
+                reader_.read(frame_, std::min({end, due, Clock::now() + kInterruptionTick}));
             const Clock::time_point now = Clock::now();
             if (news) {
                 statistics_.add(frame_, *news, now);
+                monitor_.check(now);
             }
             if (now >= due) {
                 show();
@@ -84,6 +85,7 @@ class Watcher {
     const Environment& environment_;
     const Clock::time_point begin_ = Clock::now();
     FrameReader reader_;
+    MonitorWatch monitor_;
     CaptureStatistics statistics_;
     Frame frame_;
     std::optional<TerminalScreen>

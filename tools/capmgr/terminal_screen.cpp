@@ -3,6 +3,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <cstring>
+
 #include "display_text.h"
 
 namespace {
@@ -31,12 +33,21 @@ std::optional<termios> takeKeys() {
 
 }  // namespace
 
-TerminalScreen::TerminalScreen(Console& console) : console_(console), before_(takeKeys()) {
+TerminalScreen::TerminalScreen(Console& console, Interruption& interruption)
+    : console_(console), interruption_(interruption), before_(takeKeys()) {
+    interruption_.setLastAct([this] { leave(); });
     console_.write(kOwnScreen);
 }
 
 TerminalScreen::~TerminalScreen() {
-    console_.write(kScreenBefore);
+    leave();
+    interruption_.setLastAct({});
+}
+
+// Not by the console, which the main thread may be writing to.
+void TerminalScreen::leave() const {
+    [[maybe_unused]] const auto written =
+        write(STDOUT_FILENO, kScreenBefore, std::strlen(kScreenBefore));
     if (before_) {
         tcsetattr(STDIN_FILENO, TCSANOW, &*before_);
     }

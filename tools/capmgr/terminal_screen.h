@@ -1,6 +1,7 @@
 /*
  * A terminal taken over for a while, as by top: a screen of its own, on which each picture replaces
- * the one before, and single keys. When it goes away, the terminal is as it was.
+ * the one before, and single keys. When it goes away, the terminal is as it was, and so it is when
+ * a second Ctrl-C ends the program.
  */
 #ifndef CAPMGR_TERMINAL_SCREEN_H
 #define CAPMGR_TERMINAL_SCREEN_H
@@ -12,11 +13,12 @@
 #include <vector>
 
 #include "console.h"
+#include "interruption.h"
 
 class TerminalScreen {
   public:
-    /* The console is a terminal, and outlives this. */
-    explicit TerminalScreen(Console& console);
+    /* The console is a terminal; both outlive this. */
+    TerminalScreen(Console& console, Interruption& interruption);
     ~TerminalScreen();
     TerminalScreen(const TerminalScreen&) = delete;
     TerminalScreen& operator=(const TerminalScreen&) = delete;
@@ -35,7 +37,10 @@ class TerminalScreen {
     std::optional<char> takeKey() const;
 
   private:
+    void leave() const;
+
     Console& console_;
+    Interruption& interruption_;
     std::optional<termios> before_;  // none: keys are not ours to take
 };
 

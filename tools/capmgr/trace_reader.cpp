@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kLongestLine = 8192;
 constexpr std::size_t kLongestTime = 96;  // and what stands before it, such as a host's name
 constexpr std::size_t kBlock = 65536;
-constexpr int kTickMs = 100;
+constexpr auto kTickMs = static_cast<int>(kInterruptionTick.count());
 
 constexpr std::array<std::string_view, 3> kTags{"[KXSC]", "[KXSS]", "[KXAS]"};
 

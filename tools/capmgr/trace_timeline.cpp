@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <limits>
 #include <string_view>
 
 namespace {
@@ -15,7 +16,8 @@ bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
-/* The number behind a name, as in "capture index: 5"; none if it is missing or no number. */
+/* The number behind a name, as in "capture index: 5"; none if it is missing, no number, or longer
+ * than the 32 bits that all of the library's have. */
 std::optional<long> numberAfter(std::string_view text, std::string_view name) {
     const std::size_t begin = text.find(name);
     if (begin == std::string_view::npos) {
@@ -25,7 +27,9 @@ std::optional<long> numberAfter(std::string_view text, std::string_view name) {
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     long number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() ? std::optional(number) : std::nullopt;
+    const bool fits = number >= std::numeric_limits<std::int32_t>::min() &&
+                      number <= std::numeric_limits<std::uint32_t>::max();
+    return error == std::errc() && fits ? std::optional(number) : std::nullopt;
 }
 
 long numberOrZero(std::string_view text, std::string_view name) {

@@ -144,8 +144,7 @@ void addTraceViewCommand(CLI::App& app, Invocation& invocation) {
     view.add_option_function<std::string>(
             "FILE", [options](const std::string& text) { options->file = parsePath("FILE", text); },
             "the trace; - is standard input (default: -). The library's texts may stand anywhere "
-            "in "
-            "a line, behind a time or not")
+            "in a line, behind a time or not")
         ->type_name("");
     addJsonOption(view, options->json);
     view.callback([options, &invocation] {

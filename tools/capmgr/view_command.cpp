@@ -19,10 +19,12 @@ struct ViewOptions {
 };
 
 void refuseContradictions(const ViewOptions& options) {
-    if (options.capture.window && options.viewer.includesItself) {
+    const bool showsOne = options.capture.window || options.capture.isPicked;
+    if (showsOne && options.viewer.includesItself) {
         throw CLI::ValidationError(
-            "--window and --include-self cannot go together: a picture of one window shows no "
-            "other");
+            fmt::format("{} and --include-self cannot go together: a picture of one window shows "
+                        "no other",
+                        options.capture.window ? "--window" : "--pick"));
     }
 }
 
@@ -37,10 +39,12 @@ void addOptions(CLI::App& view, const std::shared_ptr<ViewOptions>& options) {
             "how long, counted from the first picture (default: until the window is closed)")
         ->type_name("S");
     view.add_flag_callback(
-        "--no-overlay", [options] { options->viewer.showsTexts = false; },
-        "begin without the texts over the picture; H shows them");
+            "--no-overlay", [options] { options->viewer.showsTexts = false; },
+            "begin without the texts over the picture; H shows them")
+        ->disable_flag_override();
     view.add_flag("--include-self", options->viewer.includesItself,
-                  "show the viewer's own window in the picture as well");
+                  "show the viewer's own window in the picture as well")
+        ->disable_flag_override();
     addJsonOption(view, options->viewer.json);
 }
 

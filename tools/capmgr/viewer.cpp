@@ -15,9 +15,6 @@
 
 namespace {
 
-// How long an interruption may go unnoticed.
-constexpr std::chrono::milliseconds kTick{100};
-
 // Numbers that change more often cannot be read.
 constexpr std::chrono::milliseconds kTextPeriod{500};
 
@@ -81,7 +78,7 @@ void Viewer::run() {
 }
 
 Clock::time_point Viewer::nextDeadline() const {
-    const Clock::time_point tick = std::min(end_, Clock::now() + kTick);
+    const Clock::time_point tick = std::min(end_, Clock::now() + kInterruptionTick);
     return isDrawn_ ? std::min(tick, textsDue_) : Clock::now();
 }
 

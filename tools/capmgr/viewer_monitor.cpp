@@ -5,16 +5,8 @@
 
 #include "monitors.h"
 
-std::vector<CAP_MONITOR_INFO> presentMonitors() {
-    CapMgr_UpdateMonitor();
-    return CapMgr_GetMonitorCount() == 0 ? std::vector<CAP_MONITOR_INFO>() : listMonitors();
-}
-
 bool isSame(const CAP_MONITOR_INFO& one, const CAP_MONITOR_INFO& other) {
-    const tagCaptureRect& a = one.rcMonitor;
-    const tagCaptureRect& b = other.rcMonitor;
-    return std::strcmp(one.cstrName, other.cstrName) == 0 && a.left == b.left && a.top == b.top &&
-           a.right == b.right && a.bottom == b.bottom;
+    return std::strcmp(one.cstrName, other.cstrName) == 0 && hasSameArea(one, other);
 }
 
 bool isOn(const Window& window, const CAP_MONITOR_INFO& monitor) {

@@ -2,15 +2,10 @@
 #ifndef CAPMGR_VIEWER_MONITOR_H
 #define CAPMGR_VIEWER_MONITOR_H
 
-#include <vector>
-
 #include "CaptureManager.h"
 #include "window_list.h"
 
-/* Every monitor as it is now; none for a moment while a display is being set anew. */
-std::vector<CAP_MONITOR_INFO> presentMonitors();
-
-/* Whether nothing that a capture depends on has changed. */
+/* Whether it is the same one as before, at its place. */
 bool isSame(const CAP_MONITOR_INFO& one, const CAP_MONITOR_INFO& other);
 
 /* Whether some of a window is on a monitor. */

@@ -96,9 +96,10 @@ ViewerWindow::ViewerWindow(const std::string& title, CAP_SIZE picture, Console& 
 
 std::optional<SDL_Event> ViewerWindow::await(Clock::time_point deadline) {
     using std::chrono::milliseconds;
-    const auto left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+    const auto left = std::max(deadline - Clock::now(), Clock::duration::zero());
+    const auto wait = std::chrono::ceil<milliseconds>(left).count();
     SDL_Event event;
-    if (SDL_WaitEventTimeout(&event, std::max(static_cast<int>(left.count()), 0)) == 0) {
+    if (SDL_WaitEventTimeout(&event, static_cast<int>(wait)) == 0) {
         return std::nullopt;
     }
     if (event.type == wakeEvent_) {

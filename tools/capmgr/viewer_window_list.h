@@ -9,7 +9,7 @@
 
 #include "window_list.h"
 
-/* A window as it is spoken of in a few words: its title and its application. */
+/* A window as it is spoken of in a few words: by its title, else by its application. */
 std::string nameOf(const Window& window);
 
 class ViewerWindowList {
