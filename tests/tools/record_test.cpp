@@ -176,7 +176,7 @@ TEST_F(RecordTest, SummaryTellsWhatWasRecorded) {
 TEST_F(RecordTest, SummaryForProgramsIsJson) {
     const ChildResult result = record({"--seconds", "0.3", "--json", "a.webm"});
     const nlohmann::json summary = nlohmann::json::parse(result.output);
-    EXPECT_EQ(summary["file"], file("a.webm").string());
+    EXPECT_EQ(summary["path"], file("a.webm").string());
     EXPECT_EQ(summary["codec"], "vp9");
     EXPECT_EQ(summary["width"], 320);
     EXPECT_EQ(summary["bytes"], std::filesystem::file_size(file("a.webm")));

@@ -151,6 +151,14 @@ TEST_F(TraceViewTest, LinesStandInForTimesThatAreMissing) {
     EXPECT_TRUE(events()[0]["seconds"].is_null());
 }
 
+TEST_F(TraceViewTest, FrameUnderWayAtAStopIsToldBeforeIt) {
+    const std::string stop = "[KXSC] CAPTURE_MANAGER_API StopCapture... capture index: 4\n";
+    makeFile("trace", kStart + std::string(kFrame) + stop + kFrame);
+    const nlohmann::json read = events();
+    EXPECT_THAT(namesOf(read), ElementsAre("start", "first frame", "frames", "stop"));
+    EXPECT_EQ(read[2]["count"], 2);
+}
+
 TEST_F(TraceViewTest, FramesOfSeveralCapturesAtOnceAreNobodys) {
     std::string other = kStart;
     other.replace(other.find("index: 4"), 8, "index: 5");

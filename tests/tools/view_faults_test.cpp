@@ -60,7 +60,7 @@ TEST_F(ViewEndTest, MonitorThatIsGoneIsReplacedByTheFirst) {
     ASSERT_NO_FATAL_FAILURE(start({"--monitor", "1"}));
     randr.deleteMonitor("right");
     EXPECT_TRUE(viewer->awaitState("shown", {{"width", 340}, {"height", 480}}));
-    EXPECT_EQ(viewer->state().at("name"), "left");
+    EXPECT_EQ(viewer->state().at("monitor_name"), "left");
 }
 
 TEST_F(ViewEndTest, WindowSystemThatIsNotThereIsTold) {

@@ -81,9 +81,9 @@ TEST_F(ViewTest, KeysChangeTheSizeOfTheFrames) {
 TEST_F(ViewTest, KeysChangeTheRate) {
     ASSERT_NO_FATAL_FAILURE(start({"--fps", "10"}));
     type("comma");
-    EXPECT_TRUE(viewer->awaitState("max_frames_per_second", 5));
+    EXPECT_TRUE(viewer->awaitState("frames_per_second_wanted", 5));
     type("period");
-    EXPECT_TRUE(viewer->awaitState("max_frames_per_second", 10));
+    EXPECT_TRUE(viewer->awaitState("frames_per_second_wanted", 10));
 }
 
 TEST_F(ViewTest, TextsAreOverThePictureUntilTheyAreHidden) {
@@ -101,10 +101,10 @@ TEST_F(ViewTest, NextMonitorIsShownInPlaceOfTheFirst) {
     randr.setMonitor({"left", {0, 0, 340, 480}, {0}, true});
     randr.setMonitor({"right", {340, 0, 300, 480}, {}});
     ASSERT_NO_FATAL_FAILURE(start());
-    EXPECT_EQ(viewer->state().at("name"), "left");
+    EXPECT_EQ(viewer->state().at("monitor_name"), "left");
     type("m");
     EXPECT_TRUE(viewer->awaitState("shown", {{"width", 300}, {"height", 480}}));
-    EXPECT_EQ(viewer->state().at("name"), "right");
+    EXPECT_EQ(viewer->state().at("monitor_name"), "right");
     type("m");
     EXPECT_TRUE(viewer->awaitState("shown", {{"width", 340}, {"height", 480}}));
 }

@@ -16,9 +16,8 @@ CAP_MONITOR_INFO findMonitor(std::optional<unsigned int> wanted) {
     const unsigned int index = wanted.value_or(CapMgr_GetPrimaryMonitorIndex());
     if (index >= monitors.size()) {
         const std::string present =
-            monitors.size() == 1
-                ? "there is 1 (0)"
-                : fmt::format("there are {} (0 to {})", monitors.size(), monitors.size() - 1);
+            monitors.size() == 1 ? "there is only monitor 0"
+                                 : fmt::format("there are monitors 0 to {}", monitors.size() - 1);
         throw Failure(fmt::format("no monitor {}: {}; see 'capmgr monitors'", index, present));
     }
     return monitors[index];

@@ -4,11 +4,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "failure.h"
+#include "help_format.h"
 #include "option_values.h"
 
 namespace {
@@ -22,6 +24,7 @@ ColorUse parseColorUse(const std::string& text) {
 }
 
 void describe(CLI::App& app, Invocation& invocation, Console& console, Console& errors) {
+    app.formatter(std::make_shared<HelpFormat>());  // the commands inherit it
     app.set_help_flag("-h,--help", "print this help and exit");
     app.set_version_flag("--version", "capmgr " CAPMGR_VERSION, "print the version and exit");
     app.require_subcommand(1);
@@ -64,6 +67,31 @@ std::string commandNames(const CLI::App& app) {
     return listed(names);
 }
 
+/* The command that was given, else the program itself. */
+const CLI::App& commandOf(const CLI::App& app) {
+    const std::vector<CLI::App*> given = app.get_subcommands();
+    return given.empty() ? app : *given.front();
+}
+
+/* How to ask for the help that tells of what this complaint begins with. */
+std::string helpFor(const CLI::App& app, const std::string& complaint) {
+    const std::string option = complaint.substr(0, complaint.find(':'));
+    const CLI::App& command = commandOf(app);
+    const bool isGlobal = &command == &app || app.get_option_no_throw(option) != nullptr;
+    return isGlobal ? "capmgr --help" : fmt::format("capmgr {} --help", command.get_name());
+}
+
+// The parser names what is left over in no order, with values that belong to nothing.
+std::string complaintOfRest(const CLI::App& app) {
+    const std::vector<std::string> rest = app.remaining(true);
+    const auto option = std::find_if(rest.begin(), rest.end(), [](const std::string& argument) {
+        return argument.starts_with('-');
+    });
+    const std::string command = commandOf(app).get_name();
+    return option == rest.end() ? fmt::format("'{}' is more than {} takes", rest.front(), command)
+                                : fmt::format("'{}' is not an option of {}", *option, command);
+}
+
 // The parser's own words for a missing or misspelt command name neither it nor the possible ones.
 std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
     const std::vector<std::string> unknown = app.remaining();
@@ -76,6 +104,10 @@ std::string complaint(const CLI::App& app, const CLI::ParseError& error) {
     }
     if (!commandGiven && error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError)) {
         return "a command is required: " + commandNames(app);
+    }
+    if (commandGiven && !app.remaining(true).empty() &&
+        error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+        return complaintOfRest(app);
     }
     std::string text = error.what();
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -97,7 +129,8 @@ std::optional<Invocation> parseCommandLine(int argc, char** argv, Console& conso
         console.write(answer.str());
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
-        throw Failure(complaint(app, error) + "; see 'capmgr --help'", ExitStatus::BadUsage);
+        const std::string text = complaint(app, error);
+        throw Failure(fmt::format("{}; see '{}'", text, helpFor(app, text)), ExitStatus::BadUsage);
     }
     return invocation;
 }

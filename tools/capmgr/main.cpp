@@ -6,6 +6,7 @@
  * A command that fails writes one line to standard error, whatever the library traces meanwhile.
  */
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <exception>
@@ -20,7 +21,10 @@ namespace {
 void openMissingStreams() {
     for (int descriptor = 0; descriptor <= 2; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1) {
-            open("/dev/null", O_RDWR);
+            // What is written to the one, or read from the other, fails all the same.
+            open("/dev/null", descriptor == STDOUT_FILENO  ? O_RDONLY
+                              : descriptor == STDIN_FILENO ? O_WRONLY
+                                                           : O_RDWR);
         }
     }
 }

@@ -32,7 +32,7 @@ std::string recordSummary(const RecordSummary& summary) {
 }
 
 nlohmann::ordered_json recordSummaryJson(const RecordSummary& summary) {
-    return {{"file", summary.file},
+    return {{"path", summary.file},
             {"format", summary.format.container->name},
             {"codec", summary.format.codec->name},
             {"width", summary.size.dwWidth},

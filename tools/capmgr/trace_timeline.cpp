@@ -47,11 +47,11 @@ std::string sharedThing(std::string_view text) {
 std::string exclusionText(std::string_view text) {
     switch (numberOrZero(text, "action type:")) {
         case 0:
-            return "windows left out: none any more";
+            return "no window is left out any more";
         case 1:
-            return "a window more is left out";
+            return "one more window is left out";
         case 2:
-            return "a window less is left out";
+            return "one window is no longer left out";
         default:
             return "unknown change of the windows left out";
     }
@@ -170,6 +170,7 @@ bool TraceTimeline::addCall(const TraceMessage& message) {
     if (name == "stop") {
         running_.erase(capture);
         awaitingFrame_.erase(capture);
+        stopped_ = capture;
     }
     return true;
 }
@@ -194,7 +195,7 @@ bool TraceTimeline::addThreadEvent(const TraceMessage& message) {
         if (isFirst) {
             append(events, message, Kind::Call, "first frame");
         }
-        append(events, message, Kind::Frames, "frames");
+        appendFrame(events, message);
         return true;
     }
     const auto* const fault =
@@ -214,9 +215,13 @@ void TraceTimeline::addError(const TraceMessage& message) {
     append(belongs ? captures_[*starting_] : others_, message, Kind::Fault, "error", text);
 }
 
+// Once the last one was stopped, what comes is of its end.
 TraceTimeline::Events& TraceTimeline::running() {
     if (running_.size() == 1) {
         return captures_[*running_.begin()];
+    }
+    if (running_.empty() && stopped_) {
+        return captures_[*stopped_];
     }
     isAmbiguous_ = isAmbiguous_ || running_.size() > 1;
     return others_;
@@ -237,6 +242,19 @@ void TraceTimeline::append(Events& events, const TraceMessage& message, Kind kin
         return;
     }
     events.push_back({message.line, now, now, kind, name, detail, 1});
+}
+
+// One that was under way when its capture was stopped is traced behind the stop, told before it.
+void TraceTimeline::appendFrame(Events& events, const TraceMessage& message) {
+    std::optional<TraceEvent> stop;
+    if (!events.empty() && events.back().name == "stop") {
+        stop = events.back();
+        events.pop_back();
+    }
+    append(events, message, Kind::Frames, "frames");
+    if (stop) {
+        events.push_back(*stop);
+    }
 }
 
 void TraceTimeline::noteMonitor(const std::string& text) {

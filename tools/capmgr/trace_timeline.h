@@ -53,6 +53,7 @@ class TraceTimeline {
     Events& running();
     void append(Events& events, const TraceMessage& message, TraceEvent::Kind kind,
                 const std::string& name, const std::string& detail = "");
+    void appendFrame(Events& events, const TraceMessage& message);
     void noteMonitor(const std::string& text);
     std::string monitorText(unsigned int index) const;
     std::optional<double> timeOf(const TraceMessage& message);
@@ -62,6 +63,7 @@ class TraceTimeline {
     std::set<unsigned int> running_;
     std::set<unsigned int> awaitingFrame_;  // started, and no frame came yet
     std::optional<unsigned int> starting_;
+    std::optional<unsigned int> stopped_;           // the last one
     std::map<unsigned int, std::string> monitors_;  // "screen, 1280x720"
     std::optional<double> begin_;
     double newest_ = 0.0;

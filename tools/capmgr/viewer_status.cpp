@@ -72,10 +72,10 @@ nlohmann::ordered_json statusDocument(const ViewerStatus& status) {
     };
     using Json = nlohmann::ordered_json;
     return {{"monitor", status.monitor.dwIndex},
-            {"name", status.monitor.cstrName},
+            {"monitor_name", status.monitor.cstrName},
             {"frame", document(status.settings.size)},
             {"shown", document(status.shown)},
-            {"max_frames_per_second", status.settings.framesPerSecond},
+            {"frames_per_second_wanted", status.settings.framesPerSecond},
             {"paused", status.isPaused},
             {"window", status.settings.window ? Json(*status.settings.window) : Json()},
             {"excluded", status.settings.excluded},
