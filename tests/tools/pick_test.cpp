@@ -29,10 +29,10 @@ class PickTest : public CapmgrTest {
         ASSERT_TRUE(child->awaitOutput("note: click the window to "));
     }
 
-    void xdotool(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), "/usr/bin/xdotool");
-        const ChildResult result =
-            runToEnd({arguments, server.display(), file(""), OutputKind::Pipe});
+    void xdotool(const std::vector<std::string>& arguments) const {
+        ChildSetup setup = program("/usr/bin/xdotool", server.display());
+        setup.command.insert(setup.command.end(), arguments.begin(), arguments.end());
+        const ChildResult result = runToEnd(setup);
         ASSERT_EQ(result.status, 0) << result.errors;
     }
 

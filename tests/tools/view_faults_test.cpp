@@ -64,17 +64,14 @@ TEST_F(ViewEndTest, MonitorThatIsGoneIsReplacedByTheFirst) {
 }
 
 TEST_F(ViewEndTest, WindowSystemThatIsNotThereIsTold) {
-    ChildSetup setup = view();
-    setup.command[2] = "SDL_VIDEODRIVER=none-such";
-    expectRefusal(runToEnd(setup), 1, "cannot open a window: none-such not available");
+    environment = {"SDL_VIDEODRIVER=none-such"};
+    expectRefusal(runToEnd(view()), 1, "cannot open a window: none-such not available");
 }
 
 TEST_F(ViewEndTest, WithoutAFontThePictureIsShownAndANoteTellsWhatIsMissing) {
     makeFile("fonts.conf", "<fontconfig></fontconfig>");
-    ChildSetup setup = view({"--seconds", "0.2"});
-    setup.command.insert(setup.command.begin() + 1,
-                         "FONTCONFIG_FILE=" + file("fonts.conf").string());
-    const ChildResult result = runToEnd(setup);
+    environment.push_back("FONTCONFIG_FILE=" + file("fonts.conf").string());
+    const ChildResult result = runToEnd(view({"--seconds", "0.2"}));
     EXPECT_EQ(result.status, 0);
     EXPECT_THAT(result.errors,
                 HasSubstr("note: there are no texts over the picture: no font is installed\n"));

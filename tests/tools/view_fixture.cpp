@@ -76,10 +76,8 @@ ViewTest::ViewTest() {
 
 ChildSetup ViewTest::view(const std::vector<std::string>& arguments) const {
     ChildSetup setup = program("/usr/bin/env", server->display());
-    for (const char* const argument :
-         {"SDL_RENDER_DRIVER=software", "SDL_VIDEODRIVER=x11", CAPMGR_PROGRAM, "view", "--json"}) {
-        setup.command.emplace_back(argument);
-    }
+    setup.command.insert(setup.command.end(), environment.begin(), environment.end());
+    setup.command.insert(setup.command.end(), {CAPMGR_PROGRAM, "view", "--json"});
     setup.command.insert(setup.command.end(), arguments.begin(), arguments.end());
     return setup;
 }

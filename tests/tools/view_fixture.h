@@ -41,8 +41,7 @@ class ViewTest : public CapmgrTest {
 
     ViewTest();
 
-    /* 'capmgr view' with the states told; drawn without a graphics driver, of which there may be
-     * none. */
+    /* 'capmgr view' with the states told. */
     ChildSetup view(const std::vector<std::string>& arguments = {}) const;
 
     /* Starts it and waits for its picture. */
@@ -57,6 +56,11 @@ class ViewTest : public CapmgrTest {
     bool awaitNoWindow() const { return awaitColor(kArea.x + 60, kArea.y + 50, kScreen); }
 
     std::uint32_t ownWindow() const { return viewer->state().at("own_window"); }
+
+    /* Of the viewer that is started: drawn without a graphics driver, of which there may be none.
+     */
+    std::vector<std::string> environment{"SDL_VIDEODRIVER=x11", "SDL_RENDER_DRIVER=software",
+                                         "SDL_FRAMEBUFFER_ACCELERATION=0"};
 
     std::unique_ptr<XvfbServer> server = std::make_unique<XvfbServer>("640x480x24");  // reset: gone
     std::unique_ptr<WindowClient> client = std::make_unique<WindowClient>(server->display());

@@ -14,6 +14,14 @@ TEST_F(ViewTest, ShowsTheMonitorWithoutTheViewerItself) {
     EXPECT_EQ(viewer->state().at("excluded"), json({ownWindow()}));
 }
 
+// As most people see it; the sanitizers leave this one out.
+TEST_F(ViewTest, ShowsTheMonitorThroughTheGraphicsDriver) {
+    environment = {"SDL_VIDEODRIVER=x11"};
+    ASSERT_NO_FATAL_FAILURE(start({"--no-overlay"}));
+    EXPECT_TRUE(awaitWindow());
+    EXPECT_TRUE(awaitColor(320, 240, kScreen));
+}
+
 TEST_F(ViewTest, LeavesNothingOutWhenItIsToShowItself) {
     ASSERT_NO_FATAL_FAILURE(start({"--no-overlay", "--include-self"}));
     EXPECT_EQ(viewer->state().at("excluded"), json::array());
