@@ -187,8 +187,7 @@ TEST_F(RecordTest, SummaryForProgramsIsJson) {
 }
 
 TEST_F(RecordTest, TerminalShowsABarWithFramesSizeDroppedAndProcessorUse) {
-    ChildSetup setup =
-        capmgr(server.display(), {"--color", "never", "record", "--seconds", "0.5", "a.mkv"});
+    ChildSetup setup = capmgr(server.display(), {"record", "--seconds", "0.5", "a.mkv"});
     setup.output = OutputKind::Terminal;
     EXPECT_THAT(runToEnd(setup).output,
                 ContainsRegex(
