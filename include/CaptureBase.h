@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "CaptureManager.h"
@@ -70,13 +71,28 @@ class CAPMGR_API CCaptureBase {
 
     /**
      * Ends the thread, waiting up to 3000 ms for it, then cancelling it; comes back within 3.2 s
-     * whatever holds the thread up, unless another thread of the host keeps the frame locked.
+     * whatever holds the thread up, a reader of the frame included.
+     *
+     * Buffers that are still in use then stay: those that a thread may write to that could not be
+     * ended, and the frame that another thread of the host keeps locked. The object is not to be
+     * deleted before that thread has unlocked it.
      *
      * Cancellation is not let in while CaptureThreadMsgProc, DoCapture, Init or UnInit run. One
      * that comes back only after that must not use the object any more, which may be gone; the
      * thread then ends.
      */
     void StopCapture();
+
+    /**
+     * Deletes a capture made with new, after StopCapture, or has its thread do so where that could
+     * not be ended yet. False, and nothing done, while another thread of the host keeps the frame
+     * locked.
+     */
+    CAPMGR_LOCAL static bool Delete(CCaptureBase* capture);
+    /** Whether a thread has the frame locked. */
+    CAPMGR_LOCAL bool IsRead() const;
+    /** Whether the calling thread has. */
+    CAPMGR_LOCAL bool IsReadHere() const;
 
     /** True when the paused state changed. */
     bool PauseCapture(bool bPause);
@@ -132,12 +148,13 @@ class CAPMGR_API CCaptureBase {
 
     /** Makes the buffers dwSize bytes large, keeping those that are; 0 frees them. */
     void AllocBuffer(unsigned int dwSize);
-    /** Frees the buffers; waits for a reader. */
+    /** Frees the buffers; waits for a reader. After a stop in vain those in use stay. */
     void DeallocBuffer();
 
     /**
      * The newest frame. When pData is not null the buffer lock is held until UnlockBuffer, which
-     * the same thread calls; otherwise nothing is locked.
+     * the same thread calls; otherwise nothing is locked. It is null also where the buffer is
+     * too small for a frame: the display changed its size before the first image.
      */
     CAP_DESKTOP_DATA LockBuffer();
 
@@ -147,7 +164,8 @@ class CAPMGR_API CCaptureBase {
     /** Stores a frame of nLen bytes, unscaled; ignored while paused. */
     void UpdateBuffer(const unsigned char* pData, unsigned int nLen);
 
-    /** Scales the frame at pData, nLen bytes a row, into the buffer; 0 when there is none. */
+    /** Scales the frame at pData, nLen bytes a row, into the buffer; 0 when there is none, or,
+     * after a trace, a too small one. */
     uint32_t Resize(void* pData, unsigned int nLen);
 
     /**
@@ -174,6 +192,10 @@ class CAPMGR_API CCaptureBase {
 
     /** Fills the frame buffer with zero; the result of the bounded fill, 0 without a buffer. */
     CAPMGR_LOCAL int ClearBuffer();
+    /** Whether there is a buffer, and it is too small for a frame. */
+    CAPMGR_LOCAL bool RefusesFrame();
+    /** Whether a stop in vain has left buffers in use. */
+    CAPMGR_LOCAL bool IsLeftInUse() const;
 
     uint8_t m_nSkipCaptureFrame;
     uint32_t m_dwSkipFrameTick;
@@ -225,6 +247,8 @@ class CAPMGR_API CCaptureBase {
     CAPMGR_LOCAL void CancelThread();
     CAPMGR_LOCAL void AwaitCancelledThread();
     CAPMGR_LOCAL bool RunOnThread();
+    CAPMGR_LOCAL void ReleaseReader();
+    CAPMGR_LOCAL bool TakesFrame() const;
     CAPMGR_LOCAL uint32_t CaptureWidth() const;
     CAPMGR_LOCAL uint32_t CaptureHeight() const;
 
@@ -243,6 +267,8 @@ class CAPMGR_API CCaptureBase {
     CAPMGR_LOCAL void ResetUniformRun();
 
     std::shared_ptr<qor::ThreadRun> m_pThreadRun; /**< of the newest start; never null */
+    std::atomic<std::thread::id> m_reader; /**< that has locked the frame; none: its default */
+    uint32_t m_nReaderDepth = 0;           /**< how often; the reader's own */
 };
 
 #endif

@@ -11,6 +11,7 @@
 
 #include <CoreGraphics/CoreGraphics.h>
 
+#include <cstddef>
 #include <cstdint>
 
 #include "CaptureBase.h"
@@ -28,7 +29,8 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     /** The backend's number: 4. */
     virtual int GetCaptureType();
 
-    /** Repacks the row buffer, rows of the image's own pitch, into the frame buffer. */
+    /** Repacks the row buffer, rows of the image's own pitch, into the frame buffer, if they fit.
+     */
     void ChangeBmpDataTo4BytesAligned();
 
   protected:
@@ -50,7 +52,11 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
     CAPMGR_LOCAL CGImageRef CreateWindowImage();
     CAPMGR_LOCAL std::vector<const void*> ExcludedWindows();
     CAPMGR_LOCAL bool DeliverFrame(CapturedFrame& frame);
+    CAPMGR_LOCAL void TraceMisfit(uint32_t width, uint32_t height, uint64_t length) const;
+    CAPMGR_LOCAL bool RowsFit() const;
     CAPMGR_LOCAL void ClearFrame();
+
+    size_t m_nRowBufferSize = 0; /**< bytes of the row buffer that Init made; 0: none */
 };
 
 /**

@@ -239,7 +239,10 @@ CAPMGR_API CAP_DESKTOP_DATA CapMgr_CaptureScreenBuffer(unsigned int dwCaptureInd
  */
 CAPMGR_API CAP_DESKTOP_DATA CapMgr_LockScreenBuffer(unsigned int dwCaptureIndex);
 
-/** Releases the frame. 3 while capturing, 0 while stopping or when nothing was started. */
+/**
+ * Releases the frame. 3 while capturing, 0 while stopping or when nothing was started. A frame
+ * stays readable until then also when another thread stops the capture meanwhile.
+ */
 CAPMGR_API unsigned int CapMgr_UnlockScreenBuffer(unsigned int dwCaptureIndex);
 
 /** Copies a frame of the host's own (nLength bytes, at most the buffer's) into the frame buffer. */

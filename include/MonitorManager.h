@@ -85,8 +85,12 @@ class CAPMGR_API CMonitorManager {
     /** The record's object, which is the manager's; null for an unknown index and without one. */
     CCaptureBase* GetCaptureInstance(unsigned int dwCaptureIndex);
 
-    /** Deletes the object, which must have been stopped, and keeps the record. */
+    /** Deletes the object, which must have been stopped, and keeps the record. Where a thread keeps
+     * its frame locked, the object goes when that thread unlocks it. */
     void DeleteCaptureInstance(unsigned int dwCaptureIndex);
+
+    /** Unlocks a frame of the index that the calling thread has kept locked since before a stop. */
+    CAPMGR_LOCAL static void UnlockKeptCapture(unsigned int dwCaptureIndex);
 
     /** The index whose record holds pCapture; 0xFFFFFFFF when none does. */
     unsigned int GetCaptureIndexFromInstance(const CCaptureBase* pCapture);

@@ -7,6 +7,22 @@
 
 namespace {
 
+using testing::AnyOf;
+using testing::Contains;
+using testing::Each;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char kDeleted[] = "[KXSC] CCaptureMac::~CCaptureMac()... End";
+
+std::vector<std::string> textsOf(const std::vector<Message>& messages) {
+    std::vector<std::string> texts;
+    for (const Message& message : messages) {
+        texts.push_back(message.text);
+    }
+    return texts;
+}
+
 struct HangingCall {
     const char* function;
     bool cancellable;  // the platform's wait; it is not to be cut short either way
@@ -26,15 +42,21 @@ class HangingPlatform : public ContractTest, public testing::WithParamInterface<
         EXPECT_EQ(driven_time::eventWaits(), (std::vector<unsigned int>{3000, 200}));
     }
 
-    // Lets the thread go on: it does nothing more with the capture, which is gone.
+    // Lets the thread go on: it does nothing more with the capture than to delete it, for which the
+    // stop had to wait for it.
     static void goOn() {
+        EXPECT_THAT(textsOf(trace_recorder::messages()), Not(Contains(kDeleted)));
         forgetEverything();
         driven_time::runFreely();
         scripted::letGo();
         EXPECT_TRUE(thread_watch::awaitNone());
-        EXPECT_THAT(trace_recorder::messagesOfOtherThreads(), testing::IsEmpty());
+        const auto messages = textsOf(trace_recorder::messagesOfOtherThreads());
+        EXPECT_THAT(messages, Contains(kDeleted));
+        EXPECT_THAT(messages, Each(AnyOf(HasSubstr("CCaptureMac::~CCaptureMac()"),
+                                         HasSubstr("CCaptureMac::UnInit()"),
+                                         HasSubstr("CCaptureBase::DeallocBuffer[Mem]"))));
         for (const scripted::Call& call : scripted::calls()) {
-            EXPECT_THAT(call.text, testing::HasSubstr("Release")) << "it only gives back";
+            EXPECT_THAT(call.text, HasSubstr("Release")) << "it only gives back";
         }
     }
 };

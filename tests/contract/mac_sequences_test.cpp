@@ -111,9 +111,12 @@ const Texts kDesktop = {"CGWindowListCreateImage({-161, -45, 161, 91}, 1, 0, 0) 
 const Texts kWindow = {"CGWindowListCreateImage({-161, -45, 161, 91}, 8, 52, 0) -> image#2"};
 const Texts kSize = {"CGImageGetWidth(image#2)", "CGImageGetHeight(image#2)"};
 const Texts kNoData = {"CGImageGetDataProvider(image#2)", "CGDataProviderCopyData(provider#2)"};
+const Texts kNoBytes = {"CGImageGetDataProvider(image#2)",
+                        "CGDataProviderCopyData(provider#2) -> data#1", "CFDataGetBytePtr(data#1)",
+                        "CFRelease(data#1)"};
 const Texts kData = {"CGImageGetDataProvider(image#2)",
                      "CGDataProviderCopyData(provider#2) -> data#1", "CFDataGetBytePtr(data#1)",
-                     "CFRelease(data#1)"};
+                     "CFDataGetLength(data#1)", "CFRelease(data#1)"};
 const Texts kRelease = {"CGImageRelease(image#2)"};
 const Texts kDelivery = kSize + kData + kRelease;
 
@@ -190,7 +193,15 @@ INSTANTIATE_TEST_SUITE_P(
               .result = false,
               .content = Content::Old,
               .messages = {error("CCaptureMac::CaptureScreen()... data is NULL!")},
-              .calls = kDesktop + kDelivery},
+              .calls = kDesktop + kSize + kNoBytes + kRelease},
+        Frame{
+            .name = "withRowsOfAnotherPitch",
+            .arrange = [] { scripted::change(722, [](auto& display) { display.rowPadding = 8; }); },
+            .result = false,
+            .content = Content::Old,
+            .messages = {kReady, error("CCaptureMac::CaptureScreen()... data does not fit! 161 91 "
+                                       "656 59332")},
+            .calls = kDesktop + kDelivery},
         Frame{.name = "ofOneColour",
               .arrange = showOneColour,
               .result = false,

@@ -9,6 +9,8 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <thread>
+#include <utility>
 
 #include "FrameCheck.h"
 #include "FrameMemory.h"
@@ -35,6 +37,7 @@ constexpr useconds_t kPauseSleepUs = 500000;
 constexpr useconds_t kRetrySleepUs = 2000;
 constexpr useconds_t kUsPerMs = 1000;
 constexpr uint32_t kTracedFrameInterval = 50;
+constexpr uint32_t kBytesPerPixel = 4;
 constexpr uint32_t kUniformGraceMs = 1000;
 constexpr int kUncountedMethod = 10;  // a capture method whose frames are never counted
 constexpr uint8_t kUnlockedWhileStopping = 0;
@@ -72,7 +75,8 @@ std::array<char, 4> shortNumber(uint8_t value) {
 }  // namespace
 
 // The end of a capture thread, cancelled or not. The stop event says that the thread uses the
-// object no more, unless the stop has given the thread up: the object may be deleted from then on.
+// object no more, unless the stop has given the thread up: the object may be deleted from then on,
+// and is deleted here if that was left to the thread.
 struct CCaptureBase::ThreadEnd {
     CCaptureBase& capture;
     CaptureThreadScope& scope;
@@ -80,13 +84,37 @@ struct CCaptureBase::ThreadEnd {
     static void Tell(void* end) {
         auto& [capture, scope] = *static_cast<ThreadEnd*>(end);
         const std::shared_ptr<ThreadRun> run = scope.end();
-        const std::lock_guard<std::mutex> lock(run->mutex);
-        run->ended = true;
-        if (!run->abandoned) {
-            capture.SetStopEvent();
+        CCaptureBase* orphan = nullptr;
+        {
+            const std::lock_guard<std::mutex> lock(run->mutex);
+            run->ended = true;
+            orphan = std::exchange(run->orphan, nullptr);
+            if (!run->abandoned) {
+                capture.SetStopEvent();
+            }
+        }
+        if (orphan != nullptr) {
+            orphan->UnInit();
+            Delete(orphan);
         }
     }
 };
+
+bool CCaptureBase::Delete(CCaptureBase* capture) {
+    const std::shared_ptr<ThreadRun> run = capture->m_pThreadRun;
+    {
+        const std::lock_guard<std::mutex> lock(run->mutex);
+        if (run->abandoned && !run->ended) {
+            run->orphan = capture;
+            return true;
+        }
+    }
+    if (capture->IsLeftInUse()) {
+        return false;
+    }
+    delete capture;
+    return true;
+}
 
 CCaptureBase::CCaptureBase(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE type)
     : m_nSkipCaptureFrame(0),
@@ -146,11 +174,11 @@ CCaptureBase::~CCaptureBase() {
 }
 
 uint32_t CCaptureBase::CaptureWidth() const {
-    return static_cast<uint32_t>(std::abs(m_rcCapture.right - m_rcCapture.left));
+    return static_cast<uint32_t>(std::abs(int64_t{m_rcCapture.right} - m_rcCapture.left));
 }
 
 uint32_t CCaptureBase::CaptureHeight() const {
-    return static_cast<uint32_t>(std::abs(m_rcCapture.bottom - m_rcCapture.top));
+    return static_cast<uint32_t>(std::abs(int64_t{m_rcCapture.bottom} - m_rcCapture.top));
 }
 
 uint32_t CCaptureBase::StartCapture() {
@@ -207,8 +235,8 @@ void CCaptureBase::CancelThread() {
 }
 
 // A thread that waits, or sleeps, leaves the object at once when it is cancelled, and must have
-// left before the caller may delete it. One that hangs in the platform never comes back to the
-// object.
+// left before the caller may delete it. One that hangs in the platform does not come back to the
+// object of its own accord.
 void CCaptureBase::AwaitCancelledThread() {
     if (m_eventCaptureExit.wait(kCancelWaitMs)) {
         return;
@@ -505,7 +533,25 @@ void CCaptureBase::AbandonBuffers() {
     m_lpAppBuffer = nullptr;
 }
 
+// What a stop may have left in use stays: the thread that it gave up may be writing it, and another
+// thread of the host be reading it.
+bool CCaptureBase::IsLeftInUse() const {
+    return m_pThreadRun->isAtLarge() || (m_pThreadRun->cancelled && IsRead() && !IsReadHere());
+}
+
+bool CCaptureBase::IsRead() const {
+    return m_reader.load() != std::thread::id();
+}
+
+bool CCaptureBase::IsReadHere() const {
+    return m_reader.load() == std::this_thread::get_id();
+}
+
 void CCaptureBase::DeallocBuffer() {
+    if (IsLeftInUse()) {
+        TRACE_ERROR("CCaptureBase::DeallocBuffer... still in use, not freed!");
+        return;
+    }
     if (m_lpBuffer != nullptr) {
         TRACE_INFO("CCaptureBase::DeallocBuffer[Mem], m_lpBuffer: ",
                    static_cast<const void*>(m_lpBuffer));
@@ -556,24 +602,44 @@ CAP_DESKTOP_DATA CCaptureBase::LockBuffer() {
         return stDesktopData;
     }
     if (m_dwFrameID == 0) {
+        ReleaseReader();
         m_csBuffer.unlock();  // unmatched by rule; without effect where the lock knows its owner
         return stDesktopData;
     }
     m_csBuffer.lock();
     const CAP_SIZE size = m_oScaling.GetCapFrameSize();
-    stDesktopData.pData = m_lpBuffer;
+    stDesktopData.pData = TakesFrame() ? m_lpBuffer : nullptr;
     stDesktopData.dwWidth = size.dwWidth;
     stDesktopData.dwHeight = size.dwHeight;
-    stDesktopData.dwDataLen = size.dwWidth * size.dwHeight * 4;
+    stDesktopData.dwDataLen = size.dwWidth * size.dwHeight * kBytesPerPixel;
     if (stDesktopData.pData == nullptr) {
         m_csBuffer.unlock();
+        return stDesktopData;
     }
+    m_reader = std::this_thread::get_id();
+    ++m_nReaderDepth;
     return stDesktopData;
 }
 
 uint8_t CCaptureBase::UnlockBuffer() {
+    ReleaseReader();
     m_csBuffer.unlock();
     return m_bStop ? kUnlockedWhileStopping : kUnlocked;
+}
+
+// The frame may be locked several times over by the thread that has it. The lock itself, which may
+// be another maker's, cannot be asked who has it.
+void CCaptureBase::ReleaseReader() {
+    if (IsReadHere() && --m_nReaderDepth == 0) {
+        m_reader = std::thread::id();
+    }
+}
+
+// Whether the buffer is as large as a frame of the delivered size. It is made for the first image,
+// and the size for the monitor, whose display may have changed in between.
+bool CCaptureBase::TakesFrame() const {
+    const CAP_SIZE size = m_oScaling.GetCapFrameSize();
+    return uint64_t{size.dwWidth} * size.dwHeight <= m_nbufSize / kBytesPerPixel;
 }
 
 void CCaptureBase::UpdateBuffer(const unsigned char* pData, unsigned int nLen) {
@@ -597,7 +663,18 @@ uint32_t CCaptureBase::Resize(void* pData, unsigned int nLen) {
     if (m_lpBuffer == nullptr) {
         return 0;
     }
+    if (!TakesFrame()) {
+        const CAP_SIZE size = m_oScaling.GetCapFrameSize();
+        TRACE_ERROR("CCaptureBase::Resize... the frame does not fit! w: ", size.dwWidth,
+                    ",h: ", size.dwHeight, ", m_nbufSize = ", m_nbufSize.load());
+        return 0;
+    }
     return m_oScaling.Resize(static_cast<const unsigned char*>(pData), nLen, m_lpBuffer) ? 1 : 0;
+}
+
+bool CCaptureBase::RefusesFrame() {
+    const CancellableLock lock(m_csBuffer);
+    return m_lpBuffer != nullptr && !TakesFrame();
 }
 
 int CCaptureBase::ClearBuffer() {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -13,6 +14,9 @@
 #include "ThreadRun.h"
 #include "Trace.h"
 #include "kxcommon64.h"
+
+// Bound weakly: what takes the platform's place need not tell how long its data is.
+#pragma weak CFDataGetLength
 
 namespace {
 
@@ -34,6 +38,11 @@ void removeWindows(CFMutableArrayRef windows, const std::vector<const void*>& ex
             CFArrayRemoveValueAtIndex(windows, i);
         }
     }
+}
+
+uint64_t lengthOf(CFDataRef data) {
+    return CFDataGetLength == nullptr ? std::numeric_limits<uint64_t>::max()
+                                      : static_cast<uint64_t>(CFDataGetLength(data));
 }
 
 // File header and information header of an uncompressed bitmap, little-endian on any machine.
@@ -124,7 +133,8 @@ bool CCaptureMac::Init() {
     if (m_nBytesPerRow == width * kBytesPerPixel) {
         m_bRowsAligned = true;
     } else if (!m_bRowsAligned && m_pRowBuffer == nullptr) {
-        m_pRowBuffer = new (std::nothrow) unsigned char[size_t{m_nBytesPerRow} * height];
+        m_nRowBufferSize = size_t{m_nBytesPerRow} * height;
+        m_pRowBuffer = new (std::nothrow) unsigned char[m_nRowBufferSize];
     }
     TRACE_INFO("CCaptureMac::Init()... End  bufsize:", m_nbufSize.load(), " width", width,
                " height", height, " bitcount", bitsPerPixel, " bytesperrow", m_nBytesPerRow,
@@ -134,8 +144,11 @@ bool CCaptureMac::Init() {
 
 void CCaptureMac::UnInit() {
     TRACE_INFO("CCaptureMac::UnInit()... Begin");
-    delete[] m_pRowBuffer;
-    m_pRowBuffer = nullptr;
+    if (!IsLeftInUse()) {
+        delete[] m_pRowBuffer;
+        m_pRowBuffer = nullptr;
+        m_nRowBufferSize = 0;
+    }
     DeallocBuffer();
     TRACE_INFO("CCaptureMac::UnInit()... End!");
 }
@@ -220,8 +233,8 @@ bool CCaptureMac::DeliverFrame(CapturedFrame& frame) {
     const CGImageRef image = frame.image.get();
     const auto width = static_cast<uint32_t>(CGImageGetWidth(image));
     const auto height = static_cast<uint32_t>(CGImageGetHeight(image));
-    if (static_cast<int32_t>(width) != m_rcCapture.right - m_rcCapture.left ||
-        static_cast<int32_t>(height) != m_rcCapture.bottom - m_rcCapture.top) {
+    if (width != int64_t{m_rcCapture.right} - m_rcCapture.left ||
+        height != int64_t{m_rcCapture.bottom} - m_rcCapture.top) {
         TRACE_ERROR("CCaptureMac::CaptureScreen()... Resolution changed! ", width, " ", height, " ",
                     m_rcCapture.left, " ", m_rcCapture.top, " ", m_rcCapture.right, " ",
                     m_rcCapture.bottom);
@@ -239,13 +252,41 @@ bool CCaptureMac::DeliverFrame(CapturedFrame& frame) {
         TRACE_ERROR("CCaptureMac::CaptureScreen()... data is NULL!");
         return false;
     }
+    const uint64_t length = lengthOf(frame.data.get());
+    if (length < uint64_t{width} * kBytesPerPixel * height) {
+        TraceMisfit(width, height, length);
+        return false;
+    }
     TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture ready to lock.");
     if (!CheckARGBData(bytes, width, height)) {
         return false;
     }
-    // The pitch measured by Init holds for every image of the same size.
-    Resize(const_cast<unsigned char*>(bytes), m_nBytesPerRow);
-    return true;
+    // The pitch measured by Init holds for every image of the same size; but the display may have
+    // had another size then.
+    if (m_nBytesPerRow < uint64_t{width} * kBytesPerPixel ||
+        length < uint64_t{m_nBytesPerRow} * height) {
+        TraceMisfit(width, height, length);
+        return false;
+    }
+    return Resize(const_cast<unsigned char*>(bytes), m_nBytesPerRow) != 0 || !RefusesFrame();
+}
+
+void CCaptureMac::TraceMisfit(uint32_t width, uint32_t height, uint64_t length) const {
+    TRACE_ERROR("CCaptureMac::CaptureScreen()... data does not fit! ", width, " ", height, " ",
+                m_nBytesPerRow, " ", static_cast<unsigned long>(length));
+}
+
+// Whether the rows of the capture area are within the row buffer and fit into the frame buffer.
+bool CCaptureMac::RowsFit() const {
+    const auto width = int64_t{m_rcCapture.right} - m_rcCapture.left;
+    const auto height = static_cast<uint64_t>(int64_t{m_rcCapture.bottom} - m_rcCapture.top);
+    if (width <= 0) {
+        return false;
+    }
+    const uint64_t row = static_cast<uint64_t>(width) * kBytesPerPixel;
+    const bool isWithin =
+        m_nRowBufferSize == 0 || (height - 1) * m_nBytesPerRow + row <= m_nRowBufferSize;
+    return height <= m_nbufSize / row && isWithin;
 }
 
 void CCaptureMac::ClearFrame() {
@@ -260,6 +301,10 @@ void CCaptureMac::ChangeBmpDataTo4BytesAligned() {
     }
     const CancellableLock lock(m_csBuffer);
     if (m_lpBuffer == nullptr) {
+        return;
+    }
+    if (!RowsFit()) {
+        TRACE_ERROR("CCaptureMac::ChangeBmpDataTo4BytesAligned()... the rows do not fit!");
         return;
     }
     const auto nWidth = static_cast<size_t>(m_rcCapture.right - m_rcCapture.left);

@@ -239,6 +239,9 @@ CAP_DESKTOP_DATA CapMgr_LockScreenBuffer(unsigned int dwCaptureIndex) {
 
 unsigned int CapMgr_UnlockScreenBuffer(unsigned int dwCaptureIndex) {
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
+    if (pCapture == nullptr || !pCapture->IsReadHere()) {
+        CMonitorManager::UnlockKeptCapture(dwCaptureIndex);
+    }
     return pCapture == nullptr ? 0 : pCapture->UnlockBuffer();
 }
 

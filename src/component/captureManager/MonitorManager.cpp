@@ -3,6 +3,8 @@
 #include <CoreGraphics/CoreGraphics.h>
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 #include "CaptureBase.h"
 #include "CaptureMac.h"
@@ -72,6 +74,21 @@ ContextRef thumbnailContext(const CMonitor& monitor, CGImageRef image, int width
 
 bool contains(const std::vector<const void*>& windows, const void* window) {
     return std::find(windows.begin(), windows.end(), window) != windows.end();
+}
+
+// Captures, by their index, whose frame a reader kept locked through the stop. Never destroyed, as
+// the reader may outlive everything.
+std::multimap<unsigned int, CCaptureBase*>& capturesKeptForReaders() {
+    static auto& captures = *new std::multimap<unsigned int, CCaptureBase*>;
+    return captures;
+}
+
+void deleteCapture(unsigned int dwCaptureIndex, CCaptureBase* capture) {
+    if (capture != nullptr && !CCaptureBase::Delete(capture)) {
+        TRACE_ERROR(
+            "CMonitorManager::DeleteCaptureInstance... the frame is locked, kept for its reader!");
+        capturesKeptForReaders().emplace(dwCaptureIndex, capture);
+    }
 }
 
 // The backend answers to 0 (the platform's own) and to 4.
@@ -291,8 +308,23 @@ void CMonitorManager::DeleteCaptureInstance(unsigned int dwCaptureIndex) {
     if (record == nullptr) {
         return;
     }
-    delete record->pCapture;
-    record->pCapture = nullptr;
+    deleteCapture(dwCaptureIndex, std::exchange(record->pCapture, nullptr));
+}
+
+void CMonitorManager::UnlockKeptCapture(unsigned int dwCaptureIndex) {
+    auto& kept = capturesKeptForReaders();
+    const auto [first, last] = kept.equal_range(dwCaptureIndex);
+    const auto entry = std::find_if(
+        first, last, [](const auto& candidate) { return candidate.second->IsReadHere(); });
+    if (entry == last) {
+        return;
+    }
+    entry->second->UnlockBuffer();
+    if (!entry->second->IsRead()) {
+        entry->second->UnInit();
+        CCaptureBase::Delete(entry->second);
+        kept.erase(entry);
+    }
 }
 
 unsigned int CMonitorManager::GetCaptureIndexFromInstance(const CCaptureBase* pCapture) {
@@ -309,7 +341,7 @@ unsigned int CMonitorManager::GetCaptureIndexFromInstance(const CCaptureBase* pC
 
 void CMonitorManager::ClearAllCaptureMgr() {
     for (const auto& [index, record] : m_mapCaptureMgr) {
-        delete record->pCapture;
+        deleteCapture(index, record->pCapture);
         delete record;
     }
     m_mapCaptureMgr.clear();

@@ -62,6 +62,7 @@ std::shared_ptr<ThreadRun> CaptureThreadScope::end() {
         OnCancellation& next = *std::exchange(newest_, newest_->outer_);
         next.action_(next.context_);
     }
+    currentScope = nullptr;
     return std::move(run_);
 }
 

@@ -2,8 +2,10 @@
 //
 // A stop then cancels the thread. Cancellation unwinds no C++ frame on macOS and may strike in any
 // write to a log, so a capture thread lets it in only where it is told to: in the sleeps of its
-// loop and while it waits for a buffer that a reader holds. A thread that hangs in the platform is
-// given up; when it comes back after all, it leaves by an exception, without touching its object.
+// loop and while it waits for a buffer that a reader holds. A thread that hangs elsewhere is given
+// up; when the platform comes back to it after all, it leaves by an exception, without touching its
+// object, which may be gone. The capture manager keeps the object until then all the same: a thread
+// may as well have been held up where nothing tells it.
 #ifndef QOR_CONF_THREADRUN_H
 #define QOR_CONF_THREADRUN_H
 
@@ -15,15 +17,24 @@
 
 #include "vqutilc.h"
 
+class CCaptureBase;
+
 namespace qor {
 
 // What a capture thread and its object share, owned by both: a thread that hangs in the platform
 // outlives the object.
 struct ThreadRun {
     std::mutex mutex;
-    bool ended = false;      // the thread uses nothing any more; guarded by mutex
-    bool abandoned = false;  // the object may be gone; guarded by mutex
+    bool ended = false;              // the thread uses nothing any more; guarded by mutex
+    bool abandoned = false;          // the object may be gone; guarded by mutex
+    CCaptureBase* orphan = nullptr;  // the object, for the thread to delete; guarded by mutex
     std::atomic<bool> cancelled = false;
+
+    // Whether a thread that was given up may still use the object.
+    bool isAtLarge() {
+        const std::lock_guard<std::mutex> lock(mutex);
+        return abandoned && !ended;
+    }
 };
 
 // Thrown on a capture thread that has been given up, for its routine to catch.
@@ -56,7 +67,7 @@ class CaptureThreadScope {
     CaptureThreadScope& operator=(const CaptureThreadScope&) = delete;
 
     // Does what is still registered, newest first, and hands the run over, as the destructor may
-    // not come: for the thread's cleanup handler.
+    // not come: for the thread's cleanup handler. The thread is an ordinary one from then on.
     std::shared_ptr<ThreadRun> end();
 
     bool isGivenUp() const { return run_->cancelled; }
