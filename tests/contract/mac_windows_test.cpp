@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "bounded_memory_faults.h"
 #include "mac_capture.h"
 
 namespace {
@@ -40,6 +41,17 @@ TEST_F(MacCaptureWithout, takesTheOtherWindows) {
                     "CFArrayRemoveValueAtIndex(array#4, 1)",
                     "CGWindowListCreateImageFromArray({-161, -45, 161, 91}, \"[31 52 7000]\", 0) "
                     "-> image#2"));
+    EXPECT_EQ(buffer(), picture());
+}
+
+// Nothing is shown rather than what was to be left out, and the host lives on.
+TEST_F(MacCaptureWithout, isBlackWhenMemoryIsShort) {
+    exclude({7, 18, 52, 99, 31, 1, 2});
+    memory_faults::failSingleAllocation(7 * sizeof(void*));
+    EXPECT_TRUE(capture_->DoCapture());
+    EXPECT_TRUE(bufferIsAll(0));
+    EXPECT_EQ(scripted::countCalls("CGWindowListCreateImage"), 0U);
+    EXPECT_TRUE(capture_->DoCapture());
     EXPECT_EQ(buffer(), picture());
 }
 

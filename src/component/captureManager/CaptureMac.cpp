@@ -181,7 +181,13 @@ CGRect CCaptureMac::CaptureArea() const {
 }
 
 CGImageRef CCaptureMac::CreateImage() {
-    const std::vector<const void*> excluded = ExcludedWindows();
+    std::vector<const void*> excluded;
+    try {
+        excluded = ExcludedWindows();
+    } catch (...) {  // whoever's exception says that memory is short
+        TRACE_ERROR("CCaptureMac::DoCapture()... no memory for the excluded windows!");
+        return nullptr;
+    }
     TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture DisplayID: ", m_dwDisplayID,
                      " excludeWndEmpty: ", excluded.empty());
     switch (m_eCapType) {
