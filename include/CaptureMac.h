@@ -61,8 +61,12 @@ class CAPMGR_API CCaptureMac : public CCaptureBase {
 
 /**
  * Writes width x height 4-byte pixels, rows top-down, as a BMP file to path, for diagnosis.
- * bitCount goes into the header as it is. Does nothing when path cannot be opened;
- * without data, null, only the headers are written.
+ * bitCount goes into the header as it is; without data, null, only the headers are written.
+ *
+ * A regular file at path is replaced. Does nothing when path cannot be opened, or is a symbolic
+ * link, a pipe or a device, or when the format cannot describe the size: width x height is negative
+ * or beyond 1073741810. Where the file cannot be written to its end, because the disk is full or
+ * the data ends early, it is removed.
  */
 CAPMGR_API void SaveBmp(char* path, unsigned char* data, int width, int height, uint16_t bitCount);
 

@@ -1,7 +1,9 @@
 // SaveBmp.
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
+#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -16,9 +18,15 @@ class BitmapWriter : public testing::Test {
     void SetUp() override {
         // Tests run beside each other, each in a process of its own.
         path_ = testing::TempDir() + "contract_bitmap_" + std::to_string(getpid()) + ".bmp";
-        std::filesystem::remove(path_);
+        TearDown();
     }
-    void TearDown() override { std::filesystem::remove(path_); }
+    void TearDown() override {
+        std::filesystem::remove(path_);
+        std::filesystem::remove(neighbour());
+    }
+
+    // For what a test needs beside it.
+    std::string neighbour() const { return path_ + ".neighbour"; }
 
     std::vector<unsigned char> written() const {
         std::vector<unsigned char> bytes(std::filesystem::file_size(path_));
@@ -85,7 +93,21 @@ TEST_P(WrittenBitmap, hasItsSizeAndBitsInTheHeaders) {
 INSTANTIATE_TEST_SUITE_P(Bitmaps, WrittenBitmap,
                          testing::Values(Bitmap{1, 1, 32}, Bitmap{300, 1, 0}, Bitmap{1, 300, 16},
                                          Bitmap{257, 258, 0xFFFE}, Bitmap{2048, 2049, 32},
-                                         Bitmap{0, 5, 32}));
+                                         Bitmap{0, 5, 32}, Bitmap{-2, -3, 32}));
+
+class IndescribableBitmap : public WrittenBitmap {};
+
+TEST_P(IndescribableBitmap, isNotWritten) {
+    std::ofstream(path_) << "as it was";
+    unsigned char pixel[4] = {};
+    SaveBmp(path_.data(), pixel, GetParam().width, GetParam().height, GetParam().bits);
+    EXPECT_EQ(written().size(), 9U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Bitmaps, IndescribableBitmap,
+                         testing::Values(Bitmap{-1, 1, 32}, Bitmap{1, -1, 32},
+                                         Bitmap{INT_MAX, -1, 32}, Bitmap{INT_MIN, INT_MIN, 32},
+                                         Bitmap{65536, 65536, 32}, Bitmap{1073741811, 1, 32}));
 
 TEST_F(BitmapWriter, writesTheHeadersAloneWithoutData) {
     SaveBmp(path_.data(), nullptr, 2, 2, 32);
@@ -104,6 +126,60 @@ TEST_F(BitmapWriter, doesNothingWhenThePathCannotBeOpened) {
     unsigned char pixel[4] = {};
     SaveBmp(path.data(), pixel, 1, 1, 32);
     EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(BitmapWriter, doesNothingWithoutAPath) {
+    unsigned char pixel[4] = {};
+    SaveBmp(nullptr, pixel, 1, 1, 32);
+    EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(BitmapWriter, followsNoSymbolicLinkToAFile) {
+    std::ofstream(neighbour()) << "another's";
+    std::filesystem::create_symlink(neighbour(), path_);
+    unsigned char pixel[4] = {};
+    SaveBmp(path_.data(), pixel, 1, 1, 32);
+    EXPECT_EQ(written().size(), 9U);
+    EXPECT_TRUE(std::filesystem::is_symlink(path_));
+}
+
+TEST_F(BitmapWriter, makesNoFileWhereASymbolicLinkPoints) {
+    std::filesystem::create_symlink(neighbour(), path_);
+    unsigned char pixel[4] = {};
+    SaveBmp(path_.data(), pixel, 1, 1, 32);
+    EXPECT_FALSE(std::filesystem::exists(neighbour()));
+}
+
+// Two pages, of which only the first can be read.
+class CutData {
+  public:
+    CutData() { mprotect(bytes() + kPage, kPage, PROT_NONE); }
+    ~CutData() { munmap(memory_, 2 * kPage); }
+    CutData(const CutData&) = delete;
+    CutData& operator=(const CutData&) = delete;
+
+    unsigned char* bytes() const { return static_cast<unsigned char*>(memory_); }
+    int rows() const { return static_cast<int>(2 * kPage / 4); }  // of one pixel
+
+  private:
+    const size_t kPage = static_cast<size_t>(getpagesize());
+    void* const memory_ =
+        mmap(nullptr, 2 * kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+};
+
+TEST_F(BitmapWriter, leavesNoFileWhereTheDataEndsEarly) {
+    const CutData data;
+    SaveBmp(path_.data(), data.bytes(), 1, data.rows(), 32);
+    EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(BitmapWriter, leavesNoPartUnderAnotherNameWhereTheDataEndsEarly) {
+    std::ofstream(path_) << "as it was";
+    std::filesystem::create_hard_link(path_, neighbour());
+    const CutData data;
+    SaveBmp(path_.data(), data.bytes(), 1, data.rows(), 32);
+    EXPECT_FALSE(std::filesystem::exists(path_));
+    EXPECT_EQ(std::filesystem::file_size(neighbour()), 0U);
 }
 
 }  // namespace

@@ -49,10 +49,21 @@ std::atomic<size_t> inUse{0};
 
 std::mutex keptMutex;
 std::atomic<size_t> keptFreed{0};
+std::atomic<size_t> keptCleared{0};
+
+struct Kept {
+    void* block;
+    size_t size;
+
+    bool isCleared() const {
+        const auto* const bytes = static_cast<const unsigned char*>(block);
+        return std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
+    }
+};
 
 // Blocks of the failing size. A caller that loses one by rule leaves no leak behind this way.
-std::vector<void*>& keptBlocks() {
-    static std::vector<void*>& blocks = *new std::vector<void*>;
+std::vector<Kept>& keptBlocks() {
+    static std::vector<Kept>& blocks = *new std::vector<Kept>;
     return blocks;
 }
 
@@ -72,7 +83,7 @@ bool allocationFails(size_t size) {
 void keepIfWatched(size_t size, void* block) {
     if (failingSize == size) {
         const std::lock_guard<std::mutex> lock(keptMutex);
-        keptBlocks().push_back(block);
+        keptBlocks().push_back({block, size});
     }
 }
 
@@ -94,8 +105,10 @@ void countIfKept(void* block) {
         return;
     }
     const std::lock_guard<std::mutex> lock(keptMutex);
-    const auto kept = std::find(keptBlocks().begin(), keptBlocks().end(), block);
+    const auto kept = std::find_if(keptBlocks().begin(), keptBlocks().end(),
+                                   [block](const Kept& each) { return each.block == block; });
     if (kept != keptBlocks().end()) {
+        keptCleared += kept->isCleared();
         keptBlocks().erase(kept);
         ++keptFreed;
     }
@@ -121,6 +134,7 @@ void failBoundedCalls(int code, size_t skip, size_t times) {
 void failAllocation(size_t size, size_t skip) {
     failed = false;
     keptFreed = 0;
+    keptCleared = 0;
     allocationsBeforeFailure = skip;
     failingSize = size;
 }
@@ -131,6 +145,10 @@ bool allocationFailed() {
 
 size_t skippedOnesFreed() {
     return keptFreed;
+}
+
+size_t skippedOnesCleared() {
+    return keptCleared;
 }
 
 void failSingleAllocation(size_t size) {

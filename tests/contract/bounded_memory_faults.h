@@ -22,6 +22,9 @@ bool allocationFailed();
 // How many of the skipped ones were freed since.
 size_t skippedOnesFreed();
 
+// How many of those held nothing but zeros by then.
+size_t skippedOnesCleared();
+
 // The next allocation of a single object of exactly size bytes, a vector's storage among them,
 // fails.
 void failSingleAllocation(size_t size);

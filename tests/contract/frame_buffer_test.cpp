@@ -359,4 +359,16 @@ TEST_F(FrameBuffer, ofAnApplicationIsNotFreedWhileItIsLocked) {
         std::pair(size_t{1}, size_t{2}));
 }
 
+// Whoever gets the memory next is not to see what was on screen.
+TEST_F(FrameBuffer, isClearedBeforeItIsFreed) {
+    memory_faults::failAllocation(ScriptedCapture::kBytes, 2);
+    windowCapture_.AllocBuffer(ScriptedCapture::kBytes);
+    for (unsigned char* const buffer : {windowCapture_.m_lpBuffer, windowCapture_.m_lpAppBuffer}) {
+        std::fill_n(buffer, ScriptedCapture::kBytes, static_cast<unsigned char>(0xA5));
+    }
+    windowCapture_.DeallocBuffer();
+    EXPECT_EQ(memory_faults::skippedOnesFreed(), 2U);
+    EXPECT_EQ(memory_faults::skippedOnesCleared(), 2U);
+}
+
 }  // namespace

@@ -41,4 +41,13 @@ TEST_F(LargeFrame, isFreedWithTheSecondOne) {
     EXPECT_EQ(memory_faults::skippedOnesFreed(), 2U);
 }
 
+TEST_F(LargeFrame, isClearedBeforeItIsFreed) {
+    memory_faults::failAllocation(2 * kLargePage, 1);
+    capture_.AllocBuffer(2 * kLargePage);
+    std::fill_n(capture_.m_lpBuffer, 2 * kLargePage, static_cast<unsigned char>(0xA5));
+    capture_.DeallocBuffer();
+    EXPECT_EQ(memory_faults::skippedOnesFreed(), 1U);
+    EXPECT_EQ(memory_faults::skippedOnesCleared(), 1U);
+}
+
 }  // namespace

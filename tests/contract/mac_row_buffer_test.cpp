@@ -152,6 +152,16 @@ TEST_F(MacRowBuffer, isFreedInUnInit) {
     EXPECT_EQ(memory_faults::skippedOnesFreed(), 1U);
 }
 
+TEST_F(MacRowBuffer, isClearedBeforeItIsFreed) {
+    make();
+    memory_faults::failAllocation((kRow + 12) * kMainHeight, 5);
+    capture_->Init();
+    std::fill_n(capture_->m_pRowBuffer, (kRow + 12) * kMainHeight,
+                static_cast<unsigned char>(0xA5));
+    capture_->UnInit();
+    EXPECT_EQ(memory_faults::skippedOnesCleared(), 1U);
+}
+
 TEST_F(MacCapture, measuresANewResolutionInInit) {
     initialised();
     capture_->UnInit();

@@ -2,17 +2,16 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <limits>
-#include <memory>
 #include <mutex>
-#include <new>
 
 #include "DisplayImages.h"
+#include "FrameMemory.h"
 #include "Monitor.h"
 #include "PlatformRef.h"
 #include "ThreadRun.h"
 #include "Trace.h"
+#include "WholeFile.h"
 #include "kxcommon64.h"
 
 // Bound weakly: what takes the platform's place need not tell how long its data is.
@@ -51,6 +50,14 @@ class BmpHeader {
     static constexpr uint32_t kFileHeaderSize = 14;
     static constexpr uint32_t kInformationHeaderSize = 40;
     static constexpr uint32_t kSize = kFileHeaderSize + kInformationHeaderSize;
+
+    // Whether the format has room for the size of that many pixels.
+    static bool canDescribe(int width, int height) {
+        constexpr int64_t kMostPixels =
+            (std::numeric_limits<uint32_t>::max() - kSize) / kBytesPerPixel;
+        const int64_t pixels = int64_t{width} * height;
+        return pixels >= 0 && pixels <= kMostPixels;
+    }
 
     BmpHeader(int width, int height, uint16_t bitCount)
         : dataSize_(static_cast<uint32_t>(width) * static_cast<uint32_t>(height) * kBytesPerPixel) {
@@ -134,7 +141,7 @@ bool CCaptureMac::Init() {
         m_bRowsAligned = true;
     } else if (!m_bRowsAligned && m_pRowBuffer == nullptr) {
         m_nRowBufferSize = size_t{m_nBytesPerRow} * height;
-        m_pRowBuffer = new (std::nothrow) unsigned char[m_nRowBufferSize];
+        m_pRowBuffer = AllocateFrame(m_nRowBufferSize);
     }
     TRACE_INFO("CCaptureMac::Init()... End  bufsize:", m_nbufSize.load(), " width", width,
                " height", height, " bitcount", bitsPerPixel, " bytesperrow", m_nBytesPerRow,
@@ -145,7 +152,7 @@ bool CCaptureMac::Init() {
 void CCaptureMac::UnInit() {
     TRACE_INFO("CCaptureMac::UnInit()... Begin");
     if (!IsLeftInUse()) {
-        delete[] m_pRowBuffer;
+        FreeFrame(m_pRowBuffer, m_nRowBufferSize);
         m_pRowBuffer = nullptr;
         m_nRowBufferSize = 0;
     }
@@ -324,14 +331,13 @@ void CCaptureMac::ChangeBmpDataTo4BytesAligned() {
 }
 
 void SaveBmp(char* path, unsigned char* data, int width, int height, uint16_t bitCount) {
-    const BmpHeader header(width, height, bitCount);
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path, "wb"),
-                                                               &std::fclose);
-    if (file == nullptr) {
+    if (!BmpHeader::canDescribe(width, height)) {
         return;
     }
-    std::fwrite(header.bytes(), 1, BmpHeader::kSize, file.get());
+    const BmpHeader header(width, height, bitCount);
+    WholeFile file(path);
+    file.write(header.bytes(), BmpHeader::kSize);
     if (data != nullptr) {
-        std::fwrite(data, 1, header.dataSize(), file.get());
+        file.write(data, header.dataSize());
     }
 }

@@ -3,7 +3,18 @@
 #include <sys/mman.h>
 
 #include <cerrno>
+#include <cstring>
 #include <new>
+
+namespace {
+
+// Memory that is freed next is never read, so the compiler must be told that somebody may.
+void clear(unsigned char* frame, std::size_t size) {
+    std::memset(frame, 0, size);
+    asm volatile("" : : "r"(frame) : "memory");
+}
+
+}  // namespace
 
 #ifdef MADV_HUGEPAGE
 
@@ -32,6 +43,10 @@ unsigned char* AllocateFrame(std::size_t size) noexcept {
 }
 
 void FreeFrame(unsigned char* frame, std::size_t size) noexcept {
+    if (frame == nullptr) {
+        return;
+    }
+    clear(frame, size);
     if (takesLargePages(size)) {
         ::operator delete[](frame, std::align_val_t{kLargePage});
     } else {
@@ -45,7 +60,11 @@ unsigned char* AllocateFrame(std::size_t size) noexcept {
     return new (std::nothrow) unsigned char[size];
 }
 
-void FreeFrame(unsigned char* frame, std::size_t /*size*/) noexcept {
+void FreeFrame(unsigned char* frame, std::size_t size) noexcept {
+    if (frame == nullptr) {
+        return;
+    }
+    clear(frame, size);
     delete[] frame;
 }
 

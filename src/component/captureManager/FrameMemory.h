@@ -8,5 +8,6 @@
  * frame goes in or out, which is a good part of what copying it takes. */
 unsigned char* AllocateFrame(std::size_t size) noexcept;
 
-/* Frees what AllocateFrame gave for the same size. */
+/* Frees what AllocateFrame gave for the same size; null is nothing to free. It is cleared first, as
+ * whatever gets the memory next is not to see what was on screen. */
 void FreeFrame(unsigned char* frame, std::size_t size) noexcept;
