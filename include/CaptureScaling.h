@@ -43,7 +43,8 @@ class CAPMGR_API CCaptureScaling {
 
     /**
      * Copies the upper left szDst pixels of nSrcHeight rows of nSrcPitch bytes into packed rows.
-     * A target wider or higher than the source is refused with a trace.
+     * A target wider or higher than the source is refused with a trace; a null pointer copies
+     * nothing.
      */
     void CopyData(const unsigned char* pSrc, uint32_t nSrcPitch, uint32_t nSrcHeight,
                   unsigned char* pDst, tag_Capture_SIZE szDst);

@@ -58,11 +58,6 @@ CallSequences::Outcome CallSequences::run() {
     return {result, trace_recorder::messagesOfThisThread(), callsOfThisThread()};
 }
 
-void CallSequences::renew() {
-    ContractTest::TearDown();
-    ContractTest::SetUp();
-}
-
 Messages enumerationMessages() {
     return {step("CPMO", "begin to update monitor information", "[NULL]"),
             information("CMonitorManager::UpdateMonitors... Begin"),

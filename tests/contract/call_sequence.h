@@ -51,9 +51,6 @@ class CallSequences : public ContractTest, public testing::WithParamInterface<Ca
 
     // Of the sequence, with the library and all recorders as they are.
     static Outcome run();
-
-    // A library without a manager again.
-    void renew();
 };
 
 // The parameter's name, for INSTANTIATE_TEST_SUITE_P.

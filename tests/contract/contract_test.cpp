@@ -46,6 +46,11 @@ void ContractTest::TearDown() {
     EXPECT_EQ(scripted::leaks(), std::vector<std::string>());
 }
 
+void ContractTest::renew() {
+    ContractTest::TearDown();
+    ContractTest::SetUp();
+}
+
 void ContractTest::plugInSecond() {
     scripted::plugIn(scripted::makeDisplay(kSecond, 7, 3, 80, 60));
 }

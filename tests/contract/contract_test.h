@@ -30,6 +30,9 @@ class ContractTest : public testing::Test {
     void SetUp() override;
     void TearDown() override;
 
+    // A fresh library once more, all of the above asked of the one before.
+    void renew();
+
     // A second display, 80 x 60 points at (7, 3), not the main one.
     static void plugInSecond();
 

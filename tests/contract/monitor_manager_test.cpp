@@ -98,8 +98,7 @@ TEST_F(MonitorManager, leavesNoMemoryBehind) {
     const auto lives = [this](int count) {
         for (int life = 0; life < count; ++life) {
             liveOnce();
-            ContractTest::TearDown();
-            ContractTest::SetUp();
+            renew();
         }
     };
     constexpr int kLives = 60;

@@ -267,6 +267,25 @@ TEST_F(Scaling, saysWhatItRefuses) {
                                   "DesW:4294967295,DesH:4")));
 }
 
+TEST_F(Scaling, copiesNothingFromOrToNull) {
+    make({4, 3}, 16);
+    for (const CAP_SIZE target : {CAP_SIZE{4, 3}, CAP_SIZE{3, 3}}) {
+        scaling_.CopyData(nullptr, 16, 3, target_.data(), target);
+        scaling_.CopyData(source_.data(), 16, 3, nullptr, target);
+    }
+    EXPECT_THAT(scaler_recorder::calls(), IsEmpty());
+    EXPECT_THAT(target_, Each(0));
+    EXPECT_THAT(trace_recorder::messages(), IsEmpty());
+}
+
+// The sizes are looked at first.
+TEST_F(Scaling, saysWhatItRefusesOfNull) {
+    scaling_.CopyData(nullptr, 16, 3, nullptr, {5, 3});
+    EXPECT_THAT(trace_recorder::messages(),
+                ElementsAre(error("CCaptureScaling::CopyData param Error nSrcWidthPitch:16,SrcH:3,"
+                                  "DesW:5,DesH:3")));
+}
+
 // The ways of making a frame, also those that are never chosen. Source 4 x 3, target 3 x 2.
 
 struct WayOfScaling {

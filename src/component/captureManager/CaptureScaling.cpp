@@ -85,13 +85,16 @@ void CCaptureScaling::CopyData(const unsigned char* pSrc, uint32_t nSrcPitch, ui
                                unsigned char* pDst, tag_Capture_SIZE szDst) {
     const unsigned long pitch = nSrcPitch;
     const unsigned long row = static_cast<unsigned long>(szDst.dwWidth) * kBytesPerPixel;
-    if (row == pitch && szDst.dwHeight == nSrcHeight) {
-        MacroMemcpy(pDst, pitch * nSrcHeight, pSrc, pitch * nSrcHeight);
-        return;
-    }
     if (row > pitch || szDst.dwHeight > nSrcHeight) {
         TRACE_ERROR("CCaptureScaling::CopyData param Error nSrcWidthPitch:", nSrcPitch,
                     ",SrcH:", nSrcHeight, ",DesW:", szDst.dwWidth, ",DesH:", szDst.dwHeight);
+        return;
+    }
+    if (pSrc == nullptr || pDst == nullptr) {
+        return;
+    }
+    if (row == pitch && szDst.dwHeight == nSrcHeight) {
+        MacroMemcpy(pDst, pitch * nSrcHeight, pSrc, pitch * nSrcHeight);
         return;
     }
     for (uint32_t y = 0; y < szDst.dwHeight; ++y) {
