@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 #include <vqutilc.h>
 
-#include <algorithm>
 #include <ostream>
-#include <random>
 
+#include "plug_board.h"
 #include "randr_client.h"
 #include "screen_test.h"
 #include "xorg_server.h"
@@ -16,144 +15,6 @@ namespace {
 
 constexpr Color kBlue{50, 60, 220};
 constexpr Color kGreen{30, 180, 40};
-
-/* A monitor as the interface describes it, by the name of its output. */
-struct Seen {
-    unsigned index = 0;
-    std::string name;
-    std::int32_t left = 0;
-    std::int32_t top = 0;
-    std::int32_t right = 0;
-    std::int32_t bottom = 0;
-    bool isPrimary = false;
-    unsigned frequency = 0;
-
-    friend bool operator==(const Seen&, const Seen&) = default;
-};
-
-void PrintTo(const Seen& seen, std::ostream* out) {
-    *out << seen.index << ": " << seen.name << " [" << seen.left << "," << seen.top << " "
-         << seen.right << "," << seen.bottom << "]" << (seen.isPrimary ? " primary " : " ")
-         << seen.frequency << " Hz";
-}
-
-std::vector<Seen> seenMonitors() {
-    std::vector<Seen> monitors;
-    for (unsigned i = 0; i < CapMgr_GetMonitorCount(); ++i) {
-        CAP_MONITOR_INFO info{};
-        EXPECT_TRUE(CapMgr_GetMonitorInfo(i, &info));
-        const tagCaptureRect& area = info.rcMonitor;
-        monitors.push_back({info.dwIndex, info.cstrName, area.left, area.top, area.right,
-                            area.bottom, info.bPrimary, info.dwFrequency});
-    }
-    return monitors;
-}
-
-bool showSameArea(const Placement& a, const Placement& b) {
-    return a.x == b.x && a.y == b.y && a.mode == b.mode;
-}
-
-/* What is plugged in where, changed at random in the same way each time. */
-class PlugBoard {
-  public:
-    static constexpr std::size_t kOutputs = 4;
-
-    explicit PlugBoard(unsigned seed) : random_(seed) {}
-
-    const std::vector<Placement>& placements() const { return placements_; }
-    std::optional<std::size_t> primary() const { return primary_; }
-
-    void plugIn(const Placement& placement) {
-        placements_.push_back(placement);
-        std::ranges::sort(placements_, {}, &Placement::output);
-    }
-
-    /* Makes one change, and tells which. */
-    std::string change() {
-        const std::size_t kind = below(6);
-        if (kind == 0)
-            return chooseMain();
-        if (placements_.empty() || (kind <= 2 && placements_.size() < kOutputs))
-            return kind == 1 && unplugged_ ? plugInAgain() : plugInAnother();
-        const std::size_t which = below(placements_.size());
-        const std::string name = "output " + std::to_string(placements_[which].output);
-        if (kind == 3) {
-            unplugged_ = placements_[which];
-            std::erase_if(placements_, [this](const Placement& placement) {
-                return placement.output == unplugged_->output;
-            });
-            return name + " switched off";
-        }
-        Placement& changed = placements_[which];
-        if (kind == 4) {
-            changed.mode = modeOfSize(changed.mode.height, changed.mode.width);
-            return name + " turned on its side";
-        }
-        move(changed);
-        return name + " moved";
-    }
-
-    std::vector<Seen> expectedMonitors() const {
-        std::vector<Placement> order = placements_;
-        std::stable_partition(order.begin(), order.end(), [this](const Placement& placement) {
-            return placement.output == primary_;
-        });
-        std::vector<Placement> shown;
-        for (const Placement& placement : order)
-            if (std::ranges::none_of(
-                    shown, [&](const Placement& other) { return showSameArea(placement, other); }))
-                shown.push_back(placement);
-        std::vector<Seen> monitors;
-        for (const Placement& placement : shown)
-            monitors.push_back({static_cast<unsigned>(monitors.size()),
-                                "DUMMY" + std::to_string(placement.output), placement.x,
-                                placement.y, placement.x + placement.mode.width,
-                                placement.y + placement.mode.height, monitors.empty(), 50});
-        return monitors;
-    }
-
-  private:
-    std::size_t below(std::size_t bound) { return random_() % bound; }
-
-    bool isPluggedIn(std::size_t output) const {
-        return std::ranges::count(placements_, output, &Placement::output) > 0;
-    }
-
-    // On a coarse grid, so that mirrors and overlaps occur too.
-    void move(Placement& placement) {
-        placement.x = static_cast<std::int16_t>(below(4) * 320);
-        placement.y = static_cast<std::int16_t>(below(3) * 120);
-    }
-
-    std::string chooseMain() {
-        const std::size_t output = below(kOutputs + 1);
-        primary_ = output == kOutputs ? std::nullopt : std::optional(output);
-        return primary_ ? "output " + std::to_string(output) + " made main" : "none made main";
-    }
-
-    std::string plugInAnother() {
-        Placement added;
-        while (isPluggedIn(added.output))
-            ++added.output;
-        added.mode = below(2) == 0 ? modeOfSize(320, 240) : modeOfSize(480, 360);
-        move(added);
-        plugIn(added);
-        return "output " + std::to_string(added.output) + " plugged in";
-    }
-
-    std::string plugInAgain() {
-        const Placement placement = *std::exchange(unplugged_, std::nullopt);
-        if (isPluggedIn(placement.output))
-            return plugInAnother();
-        plugIn(placement);
-        return "output " + std::to_string(placement.output) + " plugged in as it was";
-    }
-
-    std::mt19937 random_;
-    std::vector<Placement> placements_;
-    std::optional<Placement> unplugged_;
-    std::optional<std::size_t> primary_;
-};
 
 class HotplugTest : public testing::Test {
   protected:

@@ -132,6 +132,11 @@ void WindowClient::lower(xcb_window_t window) const {
     configure(window, XCB_CONFIG_WINDOW_STACK_MODE, {XCB_STACK_MODE_BELOW});
 }
 
+void WindowClient::placeBelow(xcb_window_t window, xcb_window_t other) const {
+    configure(window, XCB_CONFIG_WINDOW_SIBLING | XCB_CONFIG_WINDOW_STACK_MODE,
+              {other, XCB_STACK_MODE_BELOW});
+}
+
 void WindowClient::move(xcb_window_t window, std::int16_t x, std::int16_t y) const {
     configure(window, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y,
               {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)});

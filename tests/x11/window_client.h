@@ -45,6 +45,8 @@ class WindowClient {
     void destroy(xcb_window_t window) const;
     void raise(xcb_window_t window) const;
     void lower(xcb_window_t window) const;
+    /* Right beneath another one. */
+    void placeBelow(xcb_window_t window, xcb_window_t other) const;
     void move(xcb_window_t window, std::int16_t x, std::int16_t y) const;
     void resize(xcb_window_t window, std::uint16_t width, std::uint16_t height) const;
     void fill(xcb_window_t window, const Area& area, Color color) const;

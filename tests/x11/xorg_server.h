@@ -36,6 +36,8 @@ class XorgServer {
     /* What to set DISPLAY to, ":5". */
     std::string display() const { return ":" + program_.number(); }
 
+    pid_t pid() const { return program_.pid(); }
+
   private:
     TemporaryDirectory directory_;
     ServerProgram program_ = start(directory_.path());
