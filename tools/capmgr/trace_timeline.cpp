@@ -103,10 +103,11 @@ struct Fault {
     const char* detail;
 };
 
-constexpr std::array<Fault, 5> kFaults{{
+constexpr std::array<Fault, 6> kFaults{{
     {"imageRef is null!", "no image", "what is delivered is black"},
     {"Invalid Param m_nWndCaptureID is null", "no window", "none was chosen yet"},
     {"Resolution changed!", "size changed", "the monitor's; no frames until it is started again"},
+    {"does not fit!", "does not fit", "the monitor had another size at first; start it again"},
     {"CCaptureBase::Capture... Init failed", "no first image", "the capture has ended"},
     {"CCaptureBase::Capture() failed timout=", "gave up", "it failed for too long and has ended"},
 }};
