@@ -13,7 +13,7 @@ from contextlib import contextmanager
 from dataclasses import dataclass
 from pathlib import Path
 
-_COPIED = ["CMakeLists.txt", "cmake", "include", "platform", "src", "support"]
+_COPIED = ["CMakeLists.txt", "cmake", "docs", "include", "platform", "src", "support"]
 _TARGET = "qor_conf_capturemanager"
 _BUILT = {f"lib{name}.dylib" for name in (_TARGET, "qor_conf_vqutilc", "qor_conf_kxcommon64")}
 _TIME_LIMIT_S = 120.0
