@@ -124,7 +124,7 @@ ScreenClick::ScreenClick() {
             "another program holds the pointer or the keyboard, such as an open menu or a locked "
             "screen: no window can be clicked");
     }
-    grab_ = std::make_unique<Grab>(std::move(connection));
+    grab_.reset(new Grab{std::move(connection)});
 }
 
 ScreenClick::~ScreenClick() = default;
