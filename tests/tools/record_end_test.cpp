@@ -153,9 +153,9 @@ TEST_F(LostServerRecordTest, EndsTheFileAndFails) {
     ChildProcess child(
         capmgr(server->display(), {"record", "--window", std::to_string(window), "a.mkv"}));
     ASSERT_TRUE(child.awaitOutput("processor\n"));
-    client.reset();
-    kill(server->pid(), SIGKILL);
+    kill(server->pid(), SIGKILL);  // first, or it is a window that was closed
     server.reset();
+    client.reset();
     expectRefusal(child.finish(), 1, "display server");
     EXPECT_THAT(decodedFrames(file("a.mkv")), Not(IsEmpty()));
     EXPECT_GT(videoFacts(file("a.mkv")).seconds, 0.0);
