@@ -94,6 +94,7 @@ struct CCaptureBase::ThreadEnd {
             }
         }
         if (orphan != nullptr) {
+            // Stays for good if its frame is still locked: no unlock leads to it any more.
             orphan->UnInit();
             Delete(orphan);
         }
