@@ -190,13 +190,18 @@ coregraphics::ServerState Connection::refresh() {
     return answers ? ServerState::ready : ServerState::busy;
 }
 
-/* Reads what has come in. Some events are sent to every client, asked for or not; errors of
- * requests whose outcome does not matter come this way too. */
+/* Reads what has come in. */
 void Connection::readEvents() {
+    takeIn(xcb_poll_for_event);
+}
+
+/* Some events are sent to every client, asked for or not; errors of requests whose outcome does not
+ * matter come this way too. */
+void Connection::takeIn(xcb_generic_event_t* (*next)(xcb_connection_t*)) {
     for (;;) {
         // Room first: an event that was read and finds none would be missing from the sequence.
         events_.emplace_back();
-        events_.back().reset(xcb_poll_for_event(handle()));
+        events_.back().reset(next(handle()));
         const bool wasLast = events_.back() == nullptr;
         const bool isError = !wasLast && events_.back()->response_type == 0;
         if (wasLast || isError || isTaken(*events_.back()) || !keepsEvents_)
@@ -306,7 +311,12 @@ void* Connection::await(unsigned sequence, xcb_generic_error_t** error) {
         }
         readEvents();
     }
-    return reply;
+    Reply<void> ownedReply(reply);
+    Reply<xcb_generic_error_t> ownedError(*error);
+    // What the server told before it replied was read with the reply.
+    takeIn(xcb_poll_for_queued_event);
+    *error = ownedError.release();
+    return ownedReply.release();
 }
 
 void Connection::abandon() noexcept {

@@ -97,13 +97,15 @@ class Connection {
     std::vector<Reply<xcb_generic_event_t>> takeEvents();
 
     /* The reply to a request; null with *error set if the server refused, null with *error null if
-     * there is none in time or the connection is lost. The caller frees both. */
+     * there is none in time or the connection is lost. Whatever the server told before it replied
+     * has been taken in. The caller frees both. */
     void* await(unsigned sequence, xcb_generic_error_t** error);
 
   private:
     bool finishConnecting();
     bool finishLateReply();
     void readEvents();
+    void takeIn(xcb_generic_event_t* (*next)(xcb_connection_t*));
     bool isTaken(const xcb_generic_event_t& event) noexcept;
 
     std::future<Link> connecting_;
