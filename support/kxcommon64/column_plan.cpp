@@ -90,7 +90,7 @@ void ColumnPlan::fillTables(const WindowShape& shape) {
     const size_t blocks = (targetBytes() + block - 1) / block;
     targets_.clear();
     windows_.clear();
-    filters_.resize((2 * 3 * blocks * block + sizeof(Aligned) - 1) / sizeof(Aligned));
+    filters_.resize((blocks * block * 2 * 3 + sizeof(Aligned) - 1) / sizeof(Aligned));
     forEachBlock(targetBytes(), block, [&](size_t first) {
         targets_.push_back(static_cast<uint32_t>(first));
         for (size_t i = 0; i < shape.windows; ++i) {

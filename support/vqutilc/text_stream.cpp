@@ -89,6 +89,7 @@ void VQ_Text_Stream::append(const char* text, size_t length) noexcept {
         const size_t room = m_nCapacity == 0 ? 0 : m_nCapacity - m_nLength - 1;
         length = length < room ? length : room;
     }
+    // cppcheck-suppress uninitvar ; to_chars has written that much of it
     std::memcpy(m_pText + m_nLength, text, length);
     m_nLength += length;
     m_pText[m_nLength] = '\0';

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 
 #include "failure.h"
 
@@ -51,7 +52,8 @@ void Console::write(std::string_view text) {
 
 void Console::finish() const {
     if (error_ != 0) {
-        throw Failure(fmt::format("cannot write to standard output: {}", std::strerror(error_)));
+        throw Failure(fmt::format("cannot write to standard output: {}",
+                                  std::generic_category().message(error_)));
     }
 }
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <system_error>
 
 #include "failure.h"
 
@@ -69,7 +69,8 @@ void MediaFile::finish(std::int64_t end) {
     const std::unique_lock<std::mutex> whole = deferral();
     check(av_write_trailer(format_.get()));
     if (const int error = target_.close(); error != 0) {
-        throw Failure(fmt::format("cannot write {}: {}", target_.name(), std::strerror(error)));
+        throw Failure(fmt::format("cannot write {}: {}", target_.name(),
+                                  std::generic_category().message(error)));
     }
 }
 
@@ -86,8 +87,8 @@ void MediaFile::showPendingUntil(std::int64_t end) {
 void MediaFile::begin() {
     writeError_ = target_.open();
     if (writeError_ != 0) {
-        throw Failure(
-            fmt::format("cannot write {}: {}", target_.name(), std::strerror(writeError_)));
+        throw Failure(fmt::format("cannot write {}: {}", target_.name(),
+                                  std::generic_category().message(writeError_)));
     }
     begun_ = true;
     FfmpegOptions options;
@@ -115,7 +116,7 @@ void MediaFile::put() {
 void MediaFile::check(int result) {
     avio_flush(stream_.get());
     if (writeError_ != 0) {
-        fail(std::strerror(writeError_));
+        fail(std::generic_category().message(writeError_));
     }
     if (result < 0) {
         fail(ffmpegError(result));

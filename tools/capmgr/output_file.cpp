@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <system_error>
 
@@ -20,7 +19,7 @@ Failure cannotWrite(const fs::path& path, const std::string& reason) {
 }
 
 Failure cannotWrite(const fs::path& path, int error) {
-    return cannotWrite(path, std::strerror(error));
+    return cannotWrite(path, std::generic_category().message(error));
 }
 
 /* A new file in the directory of its target, removed unless it took the target's name. */

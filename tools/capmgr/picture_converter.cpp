@@ -96,8 +96,9 @@ const std::uint8_t* PictureConverter::evenPixels(const Frame& frame) {
     for (std::uint32_t row = 0; row < even_.dwHeight; ++row) {
         const std::uint32_t source = std::min(row, size_.dwHeight - 1);
         std::uint8_t* const line = evenPixels_.data() + row * to;
-        std::memcpy(line, frame.pixels.data() + source * from, from);
-        std::memcpy(line + to - kBytesPerPixel, line + from - kBytesPerPixel, kBytesPerPixel);
+        const std::uint8_t* const pixels = frame.pixels.data() + source * from;
+        std::memcpy(line, pixels, from);
+        std::memcpy(line + to - kBytesPerPixel, pixels + from - kBytesPerPixel, kBytesPerPixel);
     }
     return evenPixels_.data();
 }

@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
+#include <system_error>
 
 #include "failure.h"
 
@@ -22,7 +22,8 @@ class MemoryStream {
   public:
     MemoryStream() : stream_(open_memstream(&bytes_, &size_)) {
         if (stream_ == nullptr) {
-            throw Failure(fmt::format("cannot make a PNG picture: {}", std::strerror(errno)));
+            throw Failure(fmt::format("cannot make a PNG picture: {}",
+                                      std::generic_category().message(errno)));
         }
     }
 

@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <system_error>
 #include <thread>
 
@@ -80,7 +79,8 @@ void RecordingTarget::openAtOnce(const std::string& file, const Interruption& in
                                         : ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
     }
     if (descriptor_ < 0) {
-        throw Failure(fmt::format("cannot write {}: {}", name_, std::strerror(errno)));
+        throw Failure(
+            fmt::format("cannot write {}: {}", name_, std::generic_category().message(errno)));
     }
 }
 

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstring>
 #include <regex>
+#include <system_error>
 
 #include "failure.h"
 
@@ -77,7 +78,8 @@ TraceReader::TraceReader(const std::string& path, const Interruption& interrupti
       interruption_(interruption),
       descriptor_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (descriptor_ < 0) {
-        throw Failure(fmt::format("cannot read {}: {}", path_, std::strerror(errno)));
+        throw Failure(
+            fmt::format("cannot read {}: {}", path_, std::generic_category().message(errno)));
     }
 }
 
@@ -129,7 +131,8 @@ bool TraceReader::fill() {
         }
         const ssize_t count = ::read(descriptor_, buffer_.data(), buffer_.size());
         if (count < 0) {
-            throw Failure(fmt::format("cannot read {}: {}", path_, std::strerror(errno)));
+            throw Failure(
+                fmt::format("cannot read {}: {}", path_, std::generic_category().message(errno)));
         }
         buffer_.resize(static_cast<std::size_t>(count));
         return count > 0;

@@ -19,6 +19,7 @@ struct __CFDictionary final : qor::corefoundation::Object {
     __CFDictionary() = default;
 
     /* Takes the references in the entries over. */
+    // cppcheck-suppress passedByValue ; moved from
     explicit __CFDictionary(std::vector<Entry> given) noexcept : entries(std::move(given)) {}
 
     /* One pair; the dictionary keeps a reference to both. */

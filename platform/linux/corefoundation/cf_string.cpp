@@ -1,6 +1,7 @@
 #include "corefoundation/cf_string.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -67,7 +68,7 @@ CFComparisonResult CFStringCompare(CFStringRef string1, CFStringRef string2,
     const auto order = std::lexicographical_compare_three_way(
         string1->text.begin(), string1->text.end(), string2->text.begin(), string2->text.end(),
         [key](char a, char b) { return key(a) <=> key(b); });
-    if (order < 0)
+    if (std::is_lt(order))
         return kCFCompareLessThan;
-    return order > 0 ? kCFCompareGreaterThan : kCFCompareEqualTo;
+    return std::is_gt(order) ? kCFCompareGreaterThan : kCFCompareEqualTo;
 }

@@ -102,7 +102,8 @@ Visible visiblePart(const Span& span, std::size_t length) {
 }  // namespace
 
 struct CGContext final : qor::corefoundation::Object {
-    CGContext(void* data, Size contextSize, std::size_t pitch, PixelLayout pixelLayout) noexcept
+    CGContext(void* data, Size contextSize, std::size_t pitch,
+              const PixelLayout& pixelLayout) noexcept
         : bytes(static_cast<std::uint8_t*>(data)),
           size(contextSize),
           bytesPerRow(pitch),

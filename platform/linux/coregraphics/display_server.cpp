@@ -50,6 +50,7 @@ DisplayServer* threadDisplayServer() {
     if (threadHasEnded)
         return nullptr;
     thread_local ThreadSession session;
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it lives as long as the thread
     return session.server();
 }
 

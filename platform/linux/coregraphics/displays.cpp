@@ -13,29 +13,29 @@ namespace {
 
 using DisplayList = std::optional<std::vector<Display>>;
 
-DisplayList activeDisplays() noexcept {
+DisplayList listDisplays() noexcept {
     return askServer(DisplayList(), [](DisplayServer& server) { return server.displays(); });
 }
 
 }  // namespace
 
-CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplayIds,
+CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays,
                                uint32_t* displayCount) {
     if (displayCount == nullptr)
         return kCGErrorIllegalArgument;
     *displayCount = 0;
-    const DisplayList displays = activeDisplays();
+    const DisplayList displays = listDisplays();
     if (!displays)
         return kCGErrorCannotComplete;
     const auto total = static_cast<uint32_t>(displays->size());
-    *displayCount = activeDisplayIds == nullptr ? total : std::min(total, maxDisplays);
-    for (uint32_t i = 0; activeDisplayIds != nullptr && i < *displayCount; ++i)
-        activeDisplayIds[i] = (*displays)[i].id;
+    *displayCount = activeDisplays == nullptr ? total : std::min(total, maxDisplays);
+    for (uint32_t i = 0; activeDisplays != nullptr && i < *displayCount; ++i)
+        activeDisplays[i] = (*displays)[i].id;
     return kCGErrorSuccess;
 }
 
 CGDirectDisplayID CGMainDisplayID() {
-    const DisplayList displays = activeDisplays();
+    const DisplayList displays = listDisplays();
     return displays && !displays->empty() ? displays->front().id : 0;
 }
 

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <mutex>
+#include <new>
 #include <string>
 #include <thread>
 #include <utility>
@@ -325,10 +326,15 @@ void Connection::abandon() noexcept {
     // Disconnecting would shut the socket down for the parent too. The rest of the connection is
     // memory that cannot be freed without that; keeping it reachable tells leak checkers so.
     static std::mutex mutex;
-    static auto& kept = *new std::vector<xcb_connection_t*>;
     const std::lock_guard lock(mutex);
     close(xcb_get_file_descriptor(handle()));
-    kept.push_back(link_.handle.release());
+    xcb_connection_t* const left = link_.handle.release();
+    try {
+        static auto& kept = *new std::vector<xcb_connection_t*>;
+        kept.push_back(left);
+    } catch (const std::bad_alloc&) {
+        trace("no memory to keep a connection that was left to the parent");
+    }
 }
 
 bool hasCaughtUp(Connection& connection) {

@@ -39,6 +39,7 @@ bool KnownWindows::findAtoms() {
         {"_XROOTPMAP_ID", &atoms.backdrop.usual},
         {"ESETROOT_PMAP_ID", &atoms.backdrop.older}};
     std::vector<std::string_view> names;
+    names.reserve(wanted.size());
     for (const auto& [name, place] : wanted)
         names.push_back(name);
     const auto found = x11::findAtoms(connection_, names);

@@ -97,6 +97,7 @@ void RootBackground::drawOn(Canvas& canvas, const std::vector<PixelRect>& parts)
         connection_.link().pictureFormats.byVisual.at(connection_.screen().root_visual);
     content_.emplace(connection_, window_.id(), format.id);
     std::vector<xcb_rectangle_t> rectangles;
+    rectangles.reserve(parts.size());
     for (const PixelRect& part : parts)
         rectangles.push_back(rectangleOf(part));
     paint(rectangles, {0, 0, 0, kAll});

@@ -4,7 +4,7 @@
 #include <xcb/shm.h>
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 #include "coregraphics/trace.h"
 #include "x11/shm_identity.h"
@@ -17,7 +17,7 @@ using coregraphics::PixelRect;
 constexpr std::uint8_t kWritable = 0;
 
 std::string systemReason(const char* what) {
-    return std::string(what) + ": " + std::strerror(errno);
+    return std::string(what) + ": " + std::generic_category().message(errno);
 }
 
 GrabResult failure(unsigned errorCode) {
