@@ -76,9 +76,12 @@ bool encodingIs(CFStringRef encoding, CFStringRef wanted) {
 }  // namespace
 
 CMonitor::CMonitor(uint32_t displayID, uint32_t index)
-    : m_dwDisplayID(displayID), m_dwIndex(index), m_rcMonitor{}, m_bPrimary(false), m_nBitCount(0) {
-    m_strName = productName(displayID);
-
+    : m_dwDisplayID(displayID),
+      m_dwIndex(index),
+      m_strName(productName(displayID)),
+      m_rcMonitor{},
+      m_bPrimary(false),
+      m_nBitCount(0) {
     const CGRect bounds = CGDisplayBounds(displayID);
     m_rcMonitor = truncatedRect(bounds);
     const CAP_SIZE pixels = pixelSize(displayID);
