@@ -1,7 +1,7 @@
 # Debian packages that building, running and testing need; the one place with their names. Sourced.
 #
 #   install_packages GROUP...   installs what is missing of the groups build, tools, gstreamer,
-#                               run, test, coverage, bench, macos and profile
+#                               run, test, analyse, coverage, bench, macos and profile
 
 # shellcheck disable=SC2034 # the lists are read through their names
 packages_of_build=(
@@ -39,6 +39,9 @@ packages_of_test=(
     bsdutils fish mandoc zsh
     debootstrap doxygen dpkg-dev ffmpeg file make
 )
+
+# shellcheck disable=SC2034
+packages_of_analyse=(clang clang-tidy cppcheck git)
 
 # shellcheck disable=SC2034
 packages_of_coverage=(gcovr)
