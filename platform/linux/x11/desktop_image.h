@@ -13,7 +13,8 @@ namespace qor::x11 {
 coregraphics::PixelRect intersection(const coregraphics::PixelRect& a,
                                      const coregraphics::PixelRect& b);
 
-/* The smallest rectangle that holds both; of an empty one, that holds the other. */
+/* The smallest rectangle that holds both, of those that a server tells of; of an empty one, that
+ * holds the other. */
 coregraphics::PixelRect around(const coregraphics::PixelRect& a, const coregraphics::PixelRect& b);
 
 /* An image of area, zero outside visible. visible lies in area; rows are its rows in the server's

@@ -6,13 +6,13 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
-#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "coregraphics/edid.h"
 #include "x11/property_text.h"
+#include "x11/reply_list.h"
 
 namespace qor::x11 {
 namespace {
@@ -26,9 +26,8 @@ using GeometryReply = xcb_get_geometry_reply_t;
 using OutputReply = xcb_randr_get_output_info_reply_t;
 
 double refreshRate(const ResourcesReply& resources, std::uint32_t modeId) {
-    const std::span modes(
-        xcb_randr_get_screen_resources_current_modes(&resources),
-        static_cast<std::size_t>(xcb_randr_get_screen_resources_current_modes_length(&resources)));
+    const auto modes = listIn(resources, xcb_randr_get_screen_resources_current_modes(&resources),
+                              resources.num_modes);
     const auto mode = std::ranges::find(modes, modeId, &xcb_randr_mode_info_t::id);
     if (mode == modes.end() || mode->htotal == 0 || mode->vtotal == 0)
         return 0;
@@ -44,16 +43,16 @@ double refreshRate(const ResourcesReply& resources, std::uint32_t modeId) {
 
 /* Whether an output shows what the CRTC reads. */
 bool feeds(const CrtcReply& crtc, std::uint32_t output) {
-    const std::span fed(xcb_randr_get_crtc_info_outputs(&crtc),
-                        static_cast<std::size_t>(xcb_randr_get_crtc_info_outputs_length(&crtc)));
+    const auto fed = listIn(crtc, xcb_randr_get_crtc_info_outputs(&crtc), crtc.num_outputs);
     return crtc.mode != XCB_NONE && std::ranges::count(fed, output) > 0;
 }
 
 std::vector<Output> activeOutputs(const ResourcesReply& resources,
                                   const std::vector<Reply<CrtcReply>>& crtcs) {
     std::vector<Output> outputs;
-    for (const xcb_randr_output_t id : std::span(
-             xcb_randr_get_screen_resources_current_outputs(&resources), resources.num_outputs)) {
+    for (const xcb_randr_output_t id :
+         listIn(resources, xcb_randr_get_screen_resources_current_outputs(&resources),
+                resources.num_outputs)) {
         const auto crtc =
             std::ranges::find_if(crtcs, [id](const auto& reply) { return feeds(*reply, id); });
         if (crtc == crtcs.end())
@@ -69,13 +68,15 @@ std::vector<Monitor> monitorsIn(const MonitorsReply& reply) {
     std::vector<Monitor> monitors;
     for (auto each = xcb_randr_get_monitors_monitors_iterator(&reply); each.rem > 0;
          xcb_randr_monitor_info_next(&each)) {
+        if (listIn(reply, each.data, 1).empty())
+            break;
         const xcb_randr_monitor_info_t& info = *each.data;
-        const xcb_randr_output_t* outputs = xcb_randr_monitor_info_outputs(&info);
+        const auto outputs = listIn(reply, xcb_randr_monitor_info_outputs(&info), info.nOutput);
         monitors.push_back({info.name,
                             info.automatic != 0,
                             info.primary != 0,
                             {info.x, info.y, info.width, info.height},
-                            {outputs, outputs + xcb_randr_monitor_info_outputs_length(&info)}});
+                            {outputs.begin(), outputs.end()}});
     }
     return monitors;
 }
@@ -96,7 +97,8 @@ bool takeRoot(Request<GeometryReply>& request, Arrangement& arrangement) {
 bool askAreas(Connection& connection, const ResourcesReply& resources, Arrangement& arrangement) {
     std::deque<Request<CrtcReply>> requests;
     for (const xcb_randr_crtc_t crtc :
-         std::span(xcb_randr_get_screen_resources_current_crtcs(&resources), resources.num_crtcs))
+         listIn(resources, xcb_randr_get_screen_resources_current_crtcs(&resources),
+                resources.num_crtcs))
         requests.emplace_back(connection, xcb_randr_get_crtc_info(connection.handle(), crtc,
                                                                   resources.config_timestamp));
     auto rootRequest = askRoot(connection);
@@ -156,13 +158,16 @@ std::vector<std::uint8_t> readEdid(Connection& connection, std::uint32_t outputI
     const auto property = propertyRequest.take();
     if (property == nullptr || property->format != 8)
         return {};
-    const std::uint8_t* data = xcb_randr_get_output_property_data(property.get());
-    return {data, data + xcb_randr_get_output_property_data_length(property.get())};
+    const auto data =
+        listIn(*property, xcb_randr_get_output_property_data(property.get()), property->num_items);
+    return {data.begin(), data.end()};
 }
 
 /* Names are bytes that anybody may have chosen. */
-std::string nameIn(const void* bytes, int length) {
-    return readableText({static_cast<const char*>(bytes), static_cast<std::size_t>(length)},
+template <typename Answer, typename Byte>
+std::string nameIn(const Answer& answer, const Byte* first, std::size_t length) {
+    const auto bytes = listIn(answer, first, length);
+    return readableText({reinterpret_cast<const char*>(bytes.data()), bytes.size()},
                         TextEncoding::utf8, false);
 }
 
@@ -190,8 +195,8 @@ std::optional<std::string> askOutputName(Connection& connection, std::uint32_t o
     const auto output = outputRequest.take();
     if (output == nullptr)
         return std::nullopt;
-    return productName.value_or(nameIn(xcb_randr_get_output_info_name(output.get()),
-                                       xcb_randr_get_output_info_name_length(output.get())));
+    return productName.value_or(
+        nameIn(*output, xcb_randr_get_output_info_name(output.get()), output->name_len));
 }
 
 std::optional<std::string> askAtomName(Connection& connection, std::uint32_t atom) {
@@ -200,7 +205,7 @@ std::optional<std::string> askAtomName(Connection& connection, std::uint32_t ato
     const auto reply = request.take();
     if (reply == nullptr)
         return std::nullopt;
-    return nameIn(xcb_get_atom_name_name(reply.get()), xcb_get_atom_name_name_length(reply.get()));
+    return nameIn(*reply, xcb_get_atom_name_name(reply.get()), reply->name_len);
 }
 
 }  // namespace qor::x11

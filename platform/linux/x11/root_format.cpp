@@ -22,9 +22,9 @@ const xcb_visualtype_t* findRootVisual(const xcb_screen_t& screen) {
     return nullptr;
 }
 
-const xcb_format_t* findFormat(const xcb_setup_t* setup, unsigned depth) {
-    const std::span formats(xcb_setup_pixmap_formats(setup),
-                            static_cast<std::size_t>(xcb_setup_pixmap_formats_length(setup)));
+const xcb_format_t* findFormat(const xcb_setup_t& setup, unsigned depth) {
+    const std::span formats(xcb_setup_pixmap_formats(&setup),
+                            static_cast<std::size_t>(xcb_setup_pixmap_formats_length(&setup)));
     const auto format = std::ranges::find(formats, depth, &xcb_format_t::depth);
     return format == formats.end() ? nullptr : &*format;
 }
@@ -51,32 +51,21 @@ std::uint32_t alphaMaskOf(const xcb_visualtype_t& visual, unsigned depth) {
     return depth == 32 ? ~(visual.red_mask | visual.green_mask | visual.blue_mask) : 0;
 }
 
-xcb_query_colors_cookie_t queryColors(Connection& connection, unsigned size) {
-    std::vector<std::uint32_t> pixels(size);
-    std::iota(pixels.begin(), pixels.end(), 0U);
-    const xcb_visualtype_t* visual = findRootVisual(connection.screen());
-    if (visual != nullptr && coloringOf(*visual) == Coloring::indexPerComponent)
-        std::ranges::transform(pixels, pixels.begin(), std::bind_front(pixelOf, *visual));
-    return xcb_query_colors(connection.handle(), connection.screen().default_colormap, size,
-                            pixels.data());
-}
-
 }  // namespace
 
-std::optional<RootFormat> findRootFormat(const Connection& connection) {
-    const xcb_setup_t* setup = xcb_get_setup(connection.handle());
-    const xcb_visualtype_t* visual = findRootVisual(connection.screen());
-    const xcb_format_t* format = findFormat(setup, connection.screen().root_depth);
+std::optional<RootFormat> findRootFormat(const xcb_setup_t& setup, const xcb_screen_t& screen) {
+    const xcb_visualtype_t* visual = findRootVisual(screen);
+    const xcb_format_t* format = findFormat(setup, screen.root_depth);
     if (visual == nullptr || format == nullptr)
         return std::nullopt;
     RootFormat root;
     root.pixels = {.bitsPerPixel = format->bits_per_pixel,
                    .scanlinePad = format->scanline_pad,
-                   .mostSignificantByteFirst = setup->image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST,
+                   .mostSignificantByteFirst = setup.image_byte_order == XCB_IMAGE_ORDER_MSB_FIRST,
                    .redMask = visual->red_mask,
                    .greenMask = visual->green_mask,
                    .blueMask = visual->blue_mask,
-                   .alphaMask = alphaMaskOf(*visual, connection.screen().root_depth)};
+                   .alphaMask = alphaMaskOf(*visual, screen.root_depth)};
     if (coloringOf(*visual) != Coloring::ownColor)
         root.paletteSize = visual->colormap_entries;
     // Some visuals of indexes tell masks too.
@@ -85,25 +74,13 @@ std::optional<RootFormat> findRootFormat(const Connection& connection) {
     return isConvertible(root.pixels) ? std::optional(root) : std::nullopt;
 }
 
-PaletteRequest::PaletteRequest(Connection& connection, unsigned size)
-    : request_(connection, queryColors(connection, size)) {}
-
-std::vector<std::uint32_t> PaletteRequest::take() {
-    const auto reply = request_.take();
-    if (reply == nullptr)
-        return {};
-    const std::span colors(xcb_query_colors_colors(reply.get()),
-                           static_cast<std::size_t>(xcb_query_colors_colors_length(reply.get())));
-    std::vector<std::uint32_t> palette;
-    palette.reserve(colors.size());
-    for (const xcb_rgb_t& color : colors) {
-        // Components have 16 bits, of which a display shows the upper ones.
-        const std::uint32_t red = color.red >> 8;
-        const std::uint32_t green = color.green >> 8;
-        const std::uint32_t blue = color.blue >> 8;
-        palette.push_back(0xff000000 | red << 16 | green << 8 | blue);
-    }
-    return palette;
+std::vector<std::uint32_t> palettePixels(const xcb_screen_t& screen, unsigned size) {
+    std::vector<std::uint32_t> pixels(size);
+    std::iota(pixels.begin(), pixels.end(), 0U);
+    const xcb_visualtype_t* visual = findRootVisual(screen);
+    if (visual != nullptr && coloringOf(*visual) == Coloring::indexPerComponent)
+        std::ranges::transform(pixels, pixels.begin(), std::bind_front(pixelOf, *visual));
+    return pixels;
 }
 
 }  // namespace qor::x11

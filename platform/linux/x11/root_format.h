@@ -1,11 +1,12 @@
-/* What the root window's pixels mean. */
+/* What the root window's pixels mean. Nothing is asked of a server in here. */
 #pragma once
+
+#include <xcb/xcb.h>
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
-#include "x11/connection.h"
 #include "x11/pixel_format.h"
 
 namespace qor::x11 {
@@ -17,19 +18,10 @@ struct RootFormat {
     unsigned paletteSize = 0;  // 0 if pixels have colours of their own
 };
 
-/* Null if the server describes no usable format. */
-std::optional<RootFormat> findRootFormat(const Connection& connection);
+/* What a server says of its screen; null if it describes no usable format. */
+std::optional<RootFormat> findRootFormat(const xcb_setup_t& setup, const xcb_screen_t& screen);
 
-/* Asks for the present colours of the screen's default colormap. */
-class PaletteRequest {
-  public:
-    PaletteRequest(Connection& connection, unsigned size);
-
-    /* Colours as 0xAARRGGBB; empty if the server did not tell. Once only. */
-    std::vector<std::uint32_t> take();
-
-  private:
-    Request<xcb_query_colors_reply_t> request_;
-};
+/* The pixels whose colours, in their order, make a palette of the size. */
+std::vector<std::uint32_t> palettePixels(const xcb_screen_t& screen, unsigned size);
 
 }  // namespace qor::x11

@@ -5,6 +5,7 @@
 
 #include "coregraphics/trace.h"
 #include "x11/desktop_image.h"
+#include "x11/palette_request.h"
 
 namespace qor::x11 {
 
@@ -35,7 +36,7 @@ bool ScreenReader::isPossible() {
         return format_.has_value();
     const xcb_screen_t& screen = connection_.screen();
     root_ = {0, 0, screen.width_in_pixels, screen.height_in_pixels};
-    format_ = findRootFormat(connection_);
+    format_ = findRootFormat(*xcb_get_setup(connection_.handle()), connection_.screen());
     if (!format_)
         coregraphics::trace("no images: a depth of %u bits is not supported", screen.root_depth);
     return format_.has_value();

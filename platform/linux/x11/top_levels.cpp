@@ -8,6 +8,7 @@
 
 #include "x11/desktop_image.h"
 #include "x11/property.h"
+#include "x11/reply_list.h"
 #include "x11/window_watch.h"
 
 namespace qor::x11 {
@@ -18,11 +19,6 @@ namespace {
 constexpr int kDeepestSearch = 4;
 constexpr std::size_t kMostSearchedAtOnce = 4096;
 constexpr std::size_t kMostChildrenSearched = 64;
-
-std::span<const xcb_window_t> childrenIn(const xcb_query_tree_reply_t& tree) {
-    return {xcb_query_tree_children(&tree),
-            static_cast<std::size_t>(xcb_query_tree_children_length(&tree))};
-}
 
 struct Description {
     Description(Connection& connection, xcb_window_t describedWindow)

@@ -1,9 +1,6 @@
 /*
- * What applications and the window manager say about the windows on screen.
- *
- * Any program may say anything of its windows, or of another's. So no answer is taken to be of the
- * type, the format or the length that it should have, and of a long one only the beginning is asked
- * for.
+ * What applications and the window manager say about the windows on screen. Of a long answer only
+ * the beginning is asked for.
  */
 #pragma once
 

@@ -1,9 +1,8 @@
 #include "x11/window_shape.h"
 
-#include <span>
-
 #include "x11/desktop_image.h"
 #include "x11/property.h"
+#include "x11/reply_list.h"
 
 namespace qor::x11 {
 namespace {
@@ -54,10 +53,8 @@ std::optional<WindowShape> WindowShapeRequest::take() {
         return shape;
     shape.isWhole = false;
     shape.parts.clear();
-    const std::span rectangles(
-        xcb_shape_get_rectangles_rectangles(reply.get()),
-        static_cast<std::size_t>(xcb_shape_get_rectangles_rectangles_length(reply.get())));
-    for (const xcb_rectangle_t& rectangle : rectangles) {
+    for (const xcb_rectangle_t& rectangle :
+         listIn(*reply, xcb_shape_get_rectangles_rectangles(reply.get()), reply->rectangles_len)) {
         // Coordinates count from inside the border, and may reach past the box.
         const PixelRect part{top_.border + rectangle.x, top_.border + rectangle.y, rectangle.width,
                              rectangle.height};
