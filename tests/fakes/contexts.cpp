@@ -16,6 +16,9 @@ constexpr size_t kMostRows = 32767;
 // Each pixel of the context shows the pixel of the image at its place, unblended: the image fills
 // the context.
 void fill(const CGContext& context, const CGImage& image, const std::vector<uint8_t>& bytes) {
+    if (bytes.empty()) {
+        return;
+    }
     for (size_t y = 0; y < context.height; ++y) {
         const size_t row = y * image.height / context.height;
         for (size_t x = 0; x < context.width; ++x) {
