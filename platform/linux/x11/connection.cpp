@@ -129,9 +129,12 @@ xcb_connection_t* connect(const std::string& displayName, int& screenNumber) {
 
 Link openLink(const std::string& displayName) {
     Link link;
+    errno = 0;
     link.handle.reset(connect(displayName, link.screenNumber));
-    if (xcb_connection_has_error(link.handle.get()) != 0)
+    if (xcb_connection_has_error(link.handle.get()) != 0) {
+        link.lacksDescriptor = errno == EMFILE || errno == ENFILE;
         return link;
+    }
     xcb_connection_t* handle = link.handle.get();
     for (xcb_extension_t* extension : {&xcb_randr_id, &xcb_shm_id, &xcb_composite_id, &xcb_shape_id,
                                        &xcb_render_id, &xcb_xfixes_id, &xcb_damage_id})
@@ -272,7 +275,9 @@ bool Connection::finishConnecting() {
     }
     link_ = connecting_.get();
     if (xcb_connection_has_error(handle()) != 0) {
-        trace("cannot connect: no display server at DISPLAY, or it refuses");
+        trace("cannot connect: %s", link_.lacksDescriptor
+                                        ? "no descriptor is free"
+                                        : "no display server at DISPLAY, or it refuses");
         return false;
     }
     screen_ = findScreen(handle(), link_.screenNumber);

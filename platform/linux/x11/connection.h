@@ -31,6 +31,7 @@ struct Disconnect {
 struct Link {
     std::unique_ptr<xcb_connection_t, Disconnect> handle;
     int screenNumber = 0;
+    bool lacksDescriptor = false;       // why there is no connection
     bool hasOutputs = false;            // RandR 1.3: current resources, primary output
     bool hasMonitors = false;           // RandR 1.5: outputs split and joined by hand
     bool hasSharedMemory = false;       // MIT-SHM

@@ -57,6 +57,11 @@ ImageMemory ImageTransport::lend(std::uint32_t width, std::uint32_t height) {
     return {zeroImage(width, height)};
 }
 
+void ImageTransport::stopDrawing() {
+    if (sharedMemory_)
+        sharedMemory_->stopDrawing();
+}
+
 void ImageTransport::trim() {
     if (sharedMemory_)
         sharedMemory_->trim();

@@ -37,6 +37,9 @@ class ImageTransport {
      * be. No pixels if the server does not answer. Throws std::bad_alloc. */
     ImageMemory lend(std::uint32_t width, std::uint32_t height);
 
+    /* The server refused to draw on memory that was lent: it is not asked to any more. */
+    void stopDrawing();
+
     /* Frees memory that came back and is not likely to be lent again soon. */
     void trim();
 

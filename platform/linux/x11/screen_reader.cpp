@@ -119,7 +119,10 @@ ScreenReader::Outcome ScreenReader::outcomeOfDrawing(xcb_void_cookie_t drawing) 
         return Outcome::failed;
     }
     const Reply<xcb_generic_error_t> error(xcb_request_check(connection_.handle(), drawing));
-    return error == nullptr ? Outcome::done : Outcome::failed;
+    if (error == nullptr)
+        return Outcome::done;
+    transport_.stopDrawing();
+    return Outcome::outdated;
 }
 
 ScreenReader::Outcome ScreenReader::readPixels(const ScreenFrame& frame, const PixelRect& part) {

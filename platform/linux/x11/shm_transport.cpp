@@ -78,9 +78,11 @@ std::shared_ptr<Segment> ShmTransport::lendImage(std::uint32_t width, std::uint3
                                                  std::string& reason) {
     constexpr std::size_t kBytesPerPixel = 4;
     auto segment = lend(std::size_t{width} * height * kBytesPerPixel, reason);
-    if (segment == nullptr || !canDraw_)
-        return segment;
-    if (segment->picture == XCB_NONE || segment->width != width || segment->height != height)
+    if (segment == nullptr)
+        return nullptr;
+    if (!canDraw_)
+        freePicture(*segment);
+    else if (segment->picture == XCB_NONE || segment->width != width || segment->height != height)
         addPicture(*segment, width, height);
     return connection_.answers() ? segment : nullptr;
 }
@@ -100,12 +102,16 @@ void ShmTransport::addPicture(Segment& segment, std::uint32_t width, std::uint32
         xcb_render_create_picture_checked(handle, segment.picture, segment.pixmap,
                                           connection_.link().pictureFormats.argb, 0, nullptr);
     const bool hasPixmap = succeeded(connection_, pixmapCookie);
-    canDraw_ = succeeded(connection_, pictureCookie) && hasPixmap;
-    if (canDraw_)
+    if (succeeded(connection_, pictureCookie) && hasPixmap)
         return;
     freePicture(segment);
     if (connection_.answers())
-        coregraphics::trace("the server does not draw on shared memory");
+        stopDrawing();
+}
+
+void ShmTransport::stopDrawing() {
+    coregraphics::trace("the server does not draw on shared memory");
+    canDraw_ = false;
 }
 
 /* Not checked: what was not made cannot be freed either, and if the connection is lost it is gone.

@@ -34,6 +34,9 @@ class ShmTransport {
     std::shared_ptr<Segment> lendImage(std::uint32_t width, std::uint32_t height,
                                        std::string& reason);
 
+    /* From here on, no memory that is lent has a picture. */
+    void stopDrawing();
+
     /* Reads an area inside a drawable, whose rows there take size bytes, to a place in a segment,
      * counted in bytes. The result has no bytes of its own. */
     GrabResult grab(xcb_drawable_t drawable, const coregraphics::PixelRect& area, std::size_t size,

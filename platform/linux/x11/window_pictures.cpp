@@ -330,9 +330,10 @@ ImageReference WindowPictures::lastAloneOf(const PixelRect& area, std::uint32_t 
         Request<xcb_get_window_attributes_reply_t>(
             connection_, xcb_get_window_attributes(connection_.handle(), number))
             .take();
-    if (attributes == nullptr)
+    if (attributes == nullptr && connection_.answers())
         lastAlone_.reset();
-    return lastAlone_ && lastAlone_->area == area ? share(lastAlone_->image) : nullptr;
+    const bool isThere = attributes != nullptr && lastAlone_->area == area;
+    return isThere ? share(lastAlone_->image) : nullptr;
 }
 
 }  // namespace qor::x11
