@@ -16,6 +16,7 @@
 namespace {
 
 constexpr std::size_t kMostFiles = 16;  // that a client sends at once
+constexpr int kNobody = -1;             // whom poll() does not wait for
 
 struct Address {
     sockaddr_un value{};
@@ -129,6 +130,10 @@ void DisplayRelay::hold() {
     tell('h');
 }
 
+void DisplayRelay::holdReplies() {
+    tell('s');
+}
+
 void DisplayRelay::resume() {
     tell('r');
 }
@@ -149,7 +154,7 @@ void DisplayRelay::run() {
             entries.push_back({listener_.get(), POLLIN, 0});
             for (const Client& client : clients_) {
                 entries.push_back({client.own.get(), POLLIN, 0});
-                entries.push_back({client.server.get(), POLLIN, 0});
+                entries.push_back({holdsReplies_ ? kNobody : client.server.get(), POLLIN, 0});
             }
         }
         if (poll(entries.data(), entries.size(), -1) < 0)
@@ -171,8 +176,10 @@ bool DisplayRelay::answer() {
     char order = 0;
     if (::read(orders_.get(), &order, 1) != 1)
         return false;
-    if (order != 't')
+    if (order != 't') {
         holds_ = order == 'h';
+        holdsReplies_ = order == 's';
+    }
     const std::lock_guard lock(mutex_);
     ++done_;
     obeyed_.notify_one();

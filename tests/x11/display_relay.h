@@ -42,8 +42,9 @@ class DisplayRelay {
     /* Up to now, with all that clients had sent before the call. */
     Traffic traffic();
 
-    /* Passes nothing on from here on, until resume(). */
+    /* Passes nothing on from here on, or nothing that the server sends, until resume(). */
     void hold();
+    void holdReplies();
     void resume();
 
   private:
@@ -92,6 +93,7 @@ class DisplayRelay {
     Descriptor giving_;  // closed to stop
     std::vector<Client> clients_;
     bool holds_ = false;
+    bool holdsReplies_ = false;
     std::mutex mutex_;
     std::condition_variable obeyed_;
     unsigned given_ = 0;  // orders

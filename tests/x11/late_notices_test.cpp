@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "../contract/next_definition.h"
 #include "window_test.h"
 #include "xvfb_server.h"
 
@@ -44,8 +45,7 @@ void waitForReplies(int socket) {
 }  // namespace
 
 /* The program's own, which the X client library calls. */
-extern "C" __attribute__((visibility("default"))) ssize_t writev(int socket, const iovec* parts,
-                                                                 int count) {
+extern "C" INTERPOSED ssize_t writev(int socket, const iovec* parts, int count) {
     const bool isInterrupted = interruption.sendingsUntil > 0 && --interruption.sendingsUntil == 0;
     if (isInterrupted)
         interruption.act();

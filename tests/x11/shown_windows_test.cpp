@@ -3,6 +3,8 @@
  * looks in them as it does on screen. And which windows are on screen at all where a compositing
  * manager shows them.
  */
+#include <signal.h>
+
 #include <future>
 #include <thread>
 
@@ -149,6 +151,16 @@ TEST_F(LastPictureTest, StaysWhileTheWindowIsNotMapped) {
     const Image image = imageOfWindow(kScreen, window_);
     ASSERT_NE(image, nullptr);
     EXPECT_TRUE(bytesOf(image.get()) == before);
+}
+
+TEST_F(LastPictureTest, StaysWhenTheServerWasLateOnce) {
+    client().unmap(window_);
+    client().sync();
+    ASSERT_NE(imageOfWindow(kScreen, window_), nullptr);
+    kill(server().pid(), SIGSTOP);
+    EXPECT_EQ(imageOfWindow(kScreen, window_), nullptr);
+    kill(server().pid(), SIGCONT);
+    EXPECT_EQ(colorAt(imageOfWindow(kScreen, window_), 50, 50), kGreen);
 }
 
 TEST_F(LastPictureTest, IsReplacedOnceTheWindowIsBack) {
