@@ -16,7 +16,8 @@ Interruption::Interruption() {
 
 Interruption::~Interruption() {
     ending_ = true;
-    pthread_kill(taker_.native_handle(), SIGTERM);  // wakes it from sigwait
+    // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread): blocked, it wakes the thread from sigwait
+    pthread_kill(taker_.native_handle(), SIGTERM);
     taker_.join();
 }
 
@@ -32,7 +33,7 @@ void Interruption::takeSignals() {
             return;
         }
         if (requested_.exchange(true)) {
-            const std::unique_lock<std::mutex> noFileHalfWritten = defer();
+            [[maybe_unused]] const std::unique_lock<std::mutex> noFileHalfWritten = defer();
             if (lastAct_) {
                 lastAct_();
             }
