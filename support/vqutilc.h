@@ -57,8 +57,9 @@ VQ_API void vq_trace_input_error_msg(int level, const char* text);
 
 /**
  * Routes the messages to writer, with context as its first argument; null goes back to standard
- * error, one line a message. Calls of the writer never overlap. When this returns, the writer set
- * before is not running and is not called again, unless this was called from inside it.
+ * error, one line a message. Calls of the writer never overlap; what it throws is dropped. When
+ * this returns, the writer set before is not running and is not called again, unless this was
+ * called from inside it.
  */
 VQ_API void vq_set_trace_writer(void (*writer)(void* context, int level, const char* text,
                                                int flag),

@@ -1,7 +1,11 @@
 #include "column_plan.h"
 
+#include <pthread.h>
+
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <new>
 
 #include "taps.h"
 
@@ -21,7 +25,31 @@ void forEachBlock(size_t rowSamples, size_t samples, Use use) {
     use(rowSamples - samples);
 }
 
+void deletePlan(void* plan) {
+    delete static_cast<ColumnPlan*>(plan);
+}
+
 }  // namespace
+
+// No thread_local object: where there is no memory to note that one is to be destroyed, the C
+// library ends the process.
+ColumnPlan& ColumnPlan::ofThisThread() {
+    static const pthread_key_t key = [] {
+        pthread_key_t made{};
+        if (pthread_key_create(&made, deletePlan) != 0) {
+            throw std::bad_alloc();
+        }
+        return made;
+    }();
+    if (void* const present = pthread_getspecific(key); present != nullptr) {
+        return *static_cast<ColumnPlan*>(present);
+    }
+    auto plan = std::make_unique<ColumnPlan>();
+    if (pthread_setspecific(key, plan.get()) != 0) {
+        throw std::bad_alloc();
+    }
+    return *plan.release();
+}
 
 void ColumnPlan::prepare(const RowKernels& kernels, int sourceWidth, int targetWidth,
                          int bytesPerPixel) {

@@ -15,6 +15,9 @@ namespace qor::scaling {
 // samples is what a row of pixels is in bytes.
 class ColumnPlan {
   public:
+    // The calling thread's, which goes with it. Throws std::bad_alloc.
+    static ColumnPlan& ofThisThread();
+
     // Works out the tables for the first of the kernels whose shape fits, if there is one. Throws
     // std::bad_alloc; the next call begins anew then.
     void prepare(const RowKernels& kernels, int sourceWidth, int targetWidth, int bytesPerPixel);

@@ -105,14 +105,17 @@ class Interpolation {
     }
 
     void filterColumns() const {
-        thread_local ColumnPlan plan;
         try {
+            ColumnPlan& plan = ColumnPlan::ofThisThread();
             plan.prepare(kernels_, sourceSize_.width, targetSize_.width, bytesPerPixel_);
+            filterBy(plan);
         } catch (...) {
             // Memory ran out. Whose std::bad_alloc it is depends on whose operator new the process
             // has: a library that holds a C++ library of its own does not know another's.
-            return;
         }
+    }
+
+    void filterBy(ColumnPlan& plan) const {
         if (plan.kernel() == nullptr) {
             filterAsDefined(plan);
             return;

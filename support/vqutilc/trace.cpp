@@ -1,8 +1,13 @@
 #include <atomic>
 #include <cstdio>
 #include <mutex>
+#include <new>
 
 #include "vqutilc.h"
+
+#ifdef __GLIBCXX__
+#include <cxxabi.h>
+#endif
 
 namespace {
 
@@ -21,9 +26,11 @@ struct Facility {
     void* context = nullptr;
 };
 
-// Never destroyed: capture threads and the host's own static objects may trace during exit.
+// Never destroyed: capture threads and the host's own static objects may trace during exit. In a
+// place of its own: that memory is short must not be what cannot be told.
 Facility& facility() {
-    static Facility& instance = *new Facility;
+    alignas(Facility) static unsigned char place[sizeof(Facility)];
+    static Facility& instance = *new (place) Facility;
     return instance;
 }
 
@@ -51,7 +58,16 @@ void vq_trace_write(int level, const char* text, int flag) {
     }
     Facility& trace = facility();
     const std::lock_guard<std::recursive_mutex> guard(trace.writerLock);
-    trace.writer(trace.context, level, text, flag);
+    try {
+        trace.writer(trace.context, level, text, flag);
+    }
+#ifdef __GLIBCXX__
+    catch (const abi::__forced_unwind&) {  // by which a thread is cancelled
+        throw;
+    }
+#endif
+    catch (...) {  // NOLINT(bugprone-empty-catch): messages come from where nothing may be thrown
+    }
 }
 
 void vq_trace_input_error_msg(int /*level*/, const char* /*text*/) {}

@@ -1,11 +1,16 @@
 #include "corefoundation/cf_dictionary.h"
 
+#include <new>
+
 namespace {
 
 using qor::corefoundation::Object;
 using Entry = __CFDictionary::Entry;
 
+/* Throws std::bad_alloc for a key that is null: a literal for which there was no memory. */
 Entry keptEntry(CFStringRef key, const Object* value) {
+    if (key == nullptr)
+        throw std::bad_alloc();
     key->retain();
     value->retain();
     return {qor::corefoundation::StringReference(key),

@@ -64,6 +64,9 @@ Boolean CFStringGetCString(CFStringRef string, char* buffer, CFIndex bufferSize,
 
 CFComparisonResult CFStringCompare(CFStringRef string1, CFStringRef string2,
                                    CFStringCompareFlags options) {
+    // A literal is null where there was no memory for it: it is no other's equal.
+    if (string1 == nullptr || string2 == nullptr)
+        return string1 == nullptr ? kCFCompareLessThan : kCFCompareGreaterThan;
     const auto key = (options & kCFCompareCaseInsensitive) != 0 ? foldAscii : sameByte;
     const auto order = std::lexicographical_compare_three_way(
         string1->text.begin(), string1->text.end(), string2->text.begin(), string2->text.end(),

@@ -1,23 +1,24 @@
 #include "coregraphics/display_server.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <new>
 
 namespace qor::coregraphics {
 namespace {
 
-// Trivially destroyed, so it can still be read by code that runs after the session's destructor,
-// such as another thread-local object that takes an image at the thread's end.
-thread_local bool threadHasEnded = false;
-
 /* A thread's connection and the process that made it. */
 class ThreadSession {
   public:
-    ~ThreadSession() {
-        threadHasEnded = true;
-        leaveToParent();
-    }
+    ~ThreadSession() { leaveToParent(); }
+    ThreadSession() = default;
+    ThreadSession(const ThreadSession&) = delete;
+    ThreadSession& operator=(const ThreadSession&) = delete;
+
+    /* The calling thread's. Throws std::bad_alloc. */
+    static ThreadSession& get();
 
     DisplayServer* server() {
         leaveToParent();
@@ -44,14 +45,34 @@ class ThreadSession {
     pid_t owner_ = 0;
 };
 
+/* Disconnecting is a conversation, too, and a thread may be cancelled as it ends. */
+void endSession(void* session) {
+    const CancellationHeld cancellationHeld;
+    const WriteSignalsHeld writeSignalsHeld;
+    delete static_cast<ThreadSession*>(session);
+}
+
+/* No thread_local object: where there is no memory to note that one is to be destroyed, the C
+ * library ends the process. */
+ThreadSession& ThreadSession::get() {
+    static const pthread_key_t key = [] {
+        pthread_key_t made = 0;
+        if (pthread_key_create(&made, endSession) != 0)
+            throw std::bad_alloc();
+        return made;
+    }();
+    if (void* const present = pthread_getspecific(key))
+        return *static_cast<ThreadSession*>(present);
+    auto session = std::make_unique<ThreadSession>();
+    if (pthread_setspecific(key, session.get()) != 0)
+        throw std::bad_alloc();
+    return *session.release();
+}
+
 }  // namespace
 
 DisplayServer* threadDisplayServer() {
-    if (threadHasEnded)
-        return nullptr;
-    thread_local ThreadSession session;
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): it lives as long as the thread
-    return session.server();
+    return ThreadSession::get().server();
 }
 
 std::optional<Display> findDisplay(std::uint32_t displayId) noexcept {

@@ -163,6 +163,17 @@ std::future<Link> startConnecting(std::string displayName) {
     return link;
 }
 
+void keepReachable(xcb_connection_t* handle) noexcept {
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    try {
+        static auto& kept = *new std::vector<xcb_connection_t*>;
+        kept.push_back(handle);
+    } catch (const std::bad_alloc&) {
+        trace("no memory to keep a connection that was left to the parent");
+    }
+}
+
 /* False if nothing comes in until the deadline. */
 bool waitReadable(int descriptor, Clock::time_point deadline) {
     for (;;) {
@@ -186,6 +197,8 @@ coregraphics::ServerState Connection::refresh() {
     using coregraphics::ServerState;
     if (connecting_.valid() && !finishConnecting())
         return isLost() ? ServerState::lost : ServerState::busy;
+    if (isLost())
+        return ServerState::lost;  // without a handle, where memory ran out while connecting
     // A server that ended meanwhile is noticed here, before the call relies on it.
     readEvents();
     const bool answers = finishLateReply();
@@ -330,16 +343,8 @@ void Connection::abandon() noexcept {
         return;
     // Disconnecting would shut the socket down for the parent too. The rest of the connection is
     // memory that cannot be freed without that; keeping it reachable tells leak checkers so.
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
     close(xcb_get_file_descriptor(handle()));
-    xcb_connection_t* const left = link_.handle.release();
-    try {
-        static auto& kept = *new std::vector<xcb_connection_t*>;
-        kept.push_back(left);
-    } catch (const std::bad_alloc&) {
-        trace("no memory to keep a connection that was left to the parent");
-    }
+    keepReachable(link_.handle.release());
 }
 
 bool hasCaughtUp(Connection& connection) {
