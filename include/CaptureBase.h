@@ -42,7 +42,7 @@ class CAPMGR_API CCaptureBase {
 
     virtual ~CCaptureBase();
 
-    /** 0 when started or already running, 1 when no thread could be made. */
+    /** 0 when started or already running, 1 when no thread could be made, as without memory. */
     virtual uint32_t StartCapture();
 
     /** Sets the current rate to rate frames a second, at most the maximum. Always true. */
@@ -174,7 +174,8 @@ class CAPMGR_API CCaptureBase {
      */
     bool CheckARGBData(const unsigned char* data, unsigned int width, unsigned int height);
 
-    /** Edits the windows left out of a desktop capture. hWnd holds a window number. */
+    /** Edits the windows left out of a desktop capture. hWnd holds a window number. Throws
+     * std::bad_alloc; the frames of CCaptureMac are black then, until the list is cleared. */
     void SetExcludeWnd(const void* hWnd, tagCapExcWndActType act);
 
     /** Sets or clears the window of an application capture. */

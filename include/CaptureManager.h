@@ -17,7 +17,8 @@
  *
  * Errors
  *   Failures are reported by the result alone (false, 0, an all-zero record); each is also traced
- *   through the trace facility (vqutilc.h). Nothing is thrown, nothing exits.
+ *   through the trace facility (vqutilc.h). Nothing is thrown, nothing exits. Where memory is short
+ *   a call fails like that; the list of displays may be empty then, until CapMgr_UpdateMonitor.
  *
  * Usable from C11 and C++17 on.
  */
@@ -175,7 +176,8 @@ CAPMGR_API void CapMgr_MonitorScreenInfo(unsigned int dwMonitorIndex, double* pS
 /** @name Capture control
  * @{ */
 
-/** A new capture index: 0, 1, 2 and so on, never reused. Cannot fail. */
+/** A new capture index: 0, 1, 2 and so on, never reused. 0xFFFFFFFF, which is none, where memory
+ * is short. */
 CAPMGR_API unsigned int CapMgr_GenerateCaptureIndex(void);
 
 /**
@@ -279,7 +281,11 @@ CAPMGR_API int CapMgr_GetCurFrameRate(unsigned int dwCaptureIndex);
 /** Always 0. */
 CAPMGR_API int CapMgr_GetCapFailResult(unsigned int dwCaptureIndex);
 
-/** Edits the windows left out of a desktop capture. hWnd holds a window number, not a pointer. */
+/**
+ * Edits the windows left out of a desktop capture. hWnd holds a window number, not a pointer. Where
+ * there is no memory for a window to add, frames are black from then on, or from the start on,
+ * until the list is cleared.
+ */
 CAPMGR_API void CapMgr_SetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd,
                                      tagCapExcWndActType eAction);
 

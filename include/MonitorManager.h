@@ -4,6 +4,9 @@
  * Life: created by the first GetInstance, which enumerates the displays, and deleted by
  * DeleteInstance together with every monitor, capture object and record; stop the captures first.
  *
+ * Errors: GetInstance and what adds to a list throw std::bad_alloc. The list of monitors is empty
+ * when it could not be rebuilt; everything else is then as before the call.
+ *
  * Threads: takes no lock; call it from one host thread at a time. Capture threads never call it.
  */
 #ifndef QOR_CONF_MONITORMANAGER_H
@@ -100,7 +103,7 @@ class CAPMGR_API CMonitorManager {
 
     /** Whether the next start leaves the window out. */
     bool IsPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
-    /** Has the next start leave the window out. */
+    /** Has the next start leave the window out; without memory for it, show nothing. */
     void PushPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);
     /** Has the next start show the window again. */
     void ErasePresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd);

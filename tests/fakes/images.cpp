@@ -61,6 +61,7 @@ CGImageRef newDesktopImage(const Invocation& call, const CGRect& area) {
 }
 
 std::string numbers(CFArrayRef windows) {
+    const scripted::Work work;
     const std::lock_guard lock(Script::instance().mutex());
     const auto* const array =
         Script::instance().objects().use<__CFArray>(windows, "CGWindowListCreateImageFromArray");

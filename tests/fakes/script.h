@@ -5,6 +5,7 @@
 
 #include <mach/clock_types.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <map>
@@ -130,6 +131,26 @@ inline std::string text(Output output) {
     return output.pointer == nullptr ? "null" : "out";
 }
 
+// The platform's own work, while it lives.
+class Work {
+  public:
+    Work() : told_(watcher) { tell(true); }
+    ~Work() { tell(false); }
+    Work(const Work&) = delete;
+    Work& operator=(const Work&) = delete;
+
+    static inline std::atomic<void (*)(bool begins)> watcher = nullptr;
+
+  private:
+    void tell(bool begins) const {
+        if (told_ != nullptr) {
+            told_(begins);
+        }
+    }
+
+    void (*const told_)(bool begins);
+};
+
 // One call of a platform function, from its first line to its last.
 class Invocation {
   public:
@@ -160,6 +181,7 @@ class Invocation {
     }
 
   private:
+    Work work_;  // ends last
     const char* function_;
     Script::Admission admission_{};
     std::unique_lock<std::recursive_mutex> lock_;

@@ -143,6 +143,10 @@ void letGo() {
     script().letGo();
 }
 
+void watchWork(void (*watcher)(bool begins)) {
+    Work::watcher = watcher;
+}
+
 std::vector<Call> calls() {
     const Lock lock(script().mutex());
     return script().calls();

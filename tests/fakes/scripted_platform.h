@@ -124,6 +124,10 @@ SCRIPTED_API void hang(const std::string& function, bool cancellable = true);
 SCRIPTED_API bool awaitHang(); /* false when no thread hangs within 10 s */
 SCRIPTED_API void letGo();
 
+/* Tells watcher when a platform function begins its own work and ends it, on its thread; null tells
+ * nobody. For those who count what the library does. */
+SCRIPTED_API void watchWork(void (*watcher)(bool begins));
+
 /* All calls since reset() or forgetCalls(), or the text of those of the named functions only. */
 SCRIPTED_API std::vector<Call> calls();
 SCRIPTED_API std::vector<std::string> callsOf(const std::vector<std::string>& functions);

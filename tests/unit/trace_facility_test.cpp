@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -84,6 +85,15 @@ TEST_F(TraceFacility, writesNothingForANullText) {
     vq_trace_write(0, nullptr, 0);
     vq_trace_input_error_msg(0, nullptr);
     EXPECT_TRUE(messages.empty());
+}
+
+TEST_F(TraceFacility, dropsWhatAWriterThrowsAndGoesOn) {
+    vq_set_trace_writer([](void*, int, const char*, int) { throw std::bad_alloc(); }, nullptr);
+    EXPECT_NO_THROW(vq_trace_write(0, "lost", 0));
+    std::vector<Message> messages;
+    std::thread(vq_set_trace_writer, keep, &messages).join();
+    vq_trace_write(0, "kept", 0);
+    EXPECT_EQ(messages.size(), 1U);
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <thread>
 #include <utility>
 
+#include "Cancellation.h"
+#include "ExcludedWindows.h"
 #include "FrameCheck.h"
 #include "FrameMemory.h"
 #include "Monitor.h"
@@ -64,6 +66,15 @@ uint32_t framePeriodMs(int32_t rate) {
 bool usesAppBuffer(CAP_TYPE type) {
     const int value = static_cast<int>(type);
     return value == 1 || value == 2;
+}
+
+// Null where there is no memory for it.
+std::shared_ptr<ThreadRun> newThreadRun() noexcept {
+    try {
+        return std::make_shared<ThreadRun>();
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 std::array<char, 4> shortNumber(uint8_t value) {
@@ -153,6 +164,7 @@ CCaptureBase::CCaptureBase(const CMonitor* monitor, CAP_METHOD method, CAP_TYPE 
       m_nErrorCount(0),
       m_nReserved(0),
       m_pThreadRun(std::make_shared<ThreadRun>()) {
+    excluded_windows::prepare(m_vecExcludeWnd);
     monitor->GetMonitorRect(m_rcCapture);
     const CAP_SIZE monitorSize = {CaptureWidth(), CaptureHeight()};
     m_oScaling.Initialize(monitorSize, monitorSize);
@@ -190,9 +202,14 @@ uint32_t CCaptureBase::StartCapture() {
         TRACE_WARNING("CCaptureBase::StartCapture()... Capture thread is already running!");
         return 0;
     }
+    std::shared_ptr<ThreadRun> run = newThreadRun();
+    if (run == nullptr) {
+        TRACE_ERROR("CCaptureBase::StartCapture()... no memory for CaptureThread");
+        return 1;
+    }
+    m_pThreadRun = std::move(run);
     // The thread resets the event as well, but may come to it only after a stop has begun to wait.
     ResetStopEvent();
-    m_pThreadRun = std::make_shared<ThreadRun>();
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_PROCESS);
@@ -346,7 +363,8 @@ void* CCaptureBase::CaptureThread(void* param) {
     return nullptr;
 }
 
-// False when the thread was given up meanwhile. That exception must not pass the cleanup handler.
+// False when the thread was given up meanwhile. No exception may pass the cleanup handler, and by
+// one of a backend's the thread ends: the object may be gone.
 bool CCaptureBase::RunOnThread() {
     try {
         leaveIfGivenUp();
@@ -354,6 +372,10 @@ bool CCaptureBase::RunOnThread() {
         Capture();
     } catch (const ThreadGivenUp&) {
         return false;
+    }
+    LET_CANCELLATION_PASS
+    catch (...) {
+        TRACE_ERROR("CCaptureBase::Capture()... ended by an exception!");
     }
     return true;
 }
@@ -736,7 +758,7 @@ void CCaptureBase::SetExcludeWnd(const void* hWnd, tagCapExcWndActType act) {
             TRACE_WARNING("CCaptureBase::SetExcludeWnd()... Add an existed wnd!");
             return;
         }
-        m_vecExcludeWnd.push_back(hWnd);
+        excluded_windows::add(m_vecExcludeWnd, hWnd);
     } else if (act == CAP_EXC_WND_CLEAR) {
         m_vecExcludeWnd.clear();
     }

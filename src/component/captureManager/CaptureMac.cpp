@@ -1,11 +1,11 @@
 #include "CaptureMac.h"
 
-#include <algorithm>
 #include <array>
 #include <limits>
 #include <mutex>
 
 #include "DisplayImages.h"
+#include "ExcludedWindows.h"
 #include "FrameMemory.h"
 #include "Monitor.h"
 #include "PlatformRef.h"
@@ -33,7 +33,7 @@ constexpr int kCaptureType = 4;
 void removeWindows(CFMutableArrayRef windows, const std::vector<const void*>& excluded) {
     for (CFIndex i = CFArrayGetCount(windows) - 1; i >= 0; --i) {
         const void* const window = CFArrayGetValueAtIndex(windows, i);
-        if (std::find(excluded.begin(), excluded.end(), window) != excluded.end()) {
+        if (excluded_windows::contains(excluded, window)) {
             CFArrayRemoveValueAtIndex(windows, i);
         }
     }
@@ -197,6 +197,10 @@ CGImageRef CCaptureMac::CreateImage() {
     }
     TRACE_EACH_FRAME(trace::kInformation, "CCaptureMac::DoCapture DisplayID: ", m_dwDisplayID,
                      " excludeWndEmpty: ", excluded.empty());
+    if (excluded_windows::isIncomplete(excluded)) {
+        TRACE_ERROR("CCaptureMac::DoCapture()... not all excluded windows are known!");
+        return nullptr;
+    }
     switch (m_eCapType) {
         case CAP_TYPE_DESKTOP:
             return excluded.empty()

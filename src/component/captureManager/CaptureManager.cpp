@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Cancellation.h"
 #include "CaptureBase.h"
 #include "Monitor.h"
 #include "MonitorManager.h"
@@ -15,6 +16,16 @@ constexpr char kSourcePath[] = "src/component/captureManager/CaptureManager";
 
 constexpr unsigned int kHighestFrameRate = 30;
 constexpr uint32_t kStartFailed = 1;
+constexpr unsigned int kNoCaptureIndex = 0xFFFFFFFF;
+
+// Ends the body of an exported function, which is a try block: nothing is thrown across the
+// interface. Whoever's exception it is says that memory is short.
+#define RETURN_WHEN_THROWN(result)                     \
+    LET_CANCELLATION_PASS                              \
+    catch (...) {                                      \
+        TRACE_ERROR(__func__, "... memory is short!"); \
+        return result;                                 \
+    }
 
 CMonitorManager* manager() {
     return CMonitorManager::GetInstance();
@@ -32,6 +43,17 @@ uint32_t startWithStoredSettings(CCaptureBase& capture, const StructCaptureMgr& 
         capture.SetExcludeWnd(window, CAP_EXC_WND_ADD);
     }
     return capture.StartCapture();
+}
+
+// A capture that lacks one of the settings, a window to leave out among them, is not to run.
+uint32_t startWithAllSettings(unsigned int dwCaptureIndex, const StructCaptureMgr& record) {
+    try {
+        return startWithStoredSettings(*record.pCapture, record);
+    } catch (...) {
+        record.pCapture->StopCapture();
+        manager()->DeleteCaptureInstance(dwCaptureIndex);
+        throw;
+    }
 }
 
 // Before a start the windows to leave out are kept with the capture index.
@@ -60,12 +82,13 @@ unsigned int indexOrDefault(const CMonitor* monitor) {
 
 }  // namespace
 
-unsigned int CapMgr_GetMonitorCount(void) {
+unsigned int CapMgr_GetMonitorCount(void) try {
     TRACE_INFO("CAPTURE_MANAGER_API GetMonitorCount...");
     return static_cast<unsigned int>(manager()->GetCount());
 }
+RETURN_WHEN_THROWN(0)
 
-bool CapMgr_GetMonitorInfo(unsigned int dwIndex, CAP_MONITOR_INFO* pMonitorInfo) {
+bool CapMgr_GetMonitorInfo(unsigned int dwIndex, CAP_MONITOR_INFO* pMonitorInfo) try {
     TRACE_INFO("CAPTURE_MANAGER_API GetMonitorInformation...");
     if (pMonitorInfo == nullptr) {
         TRACE_ERROR("GetMonitorInformation()... pMonitorInfo is NULL!");
@@ -91,37 +114,50 @@ bool CapMgr_GetMonitorInfo(unsigned int dwIndex, CAP_MONITOR_INFO* pMonitorInfo)
                ", Primary:", pMonitorInfo->bPrimary);
     return true;
 }
+RETURN_WHEN_THROWN(false)
 
-unsigned int CapMgr_GetPrimaryMonitorIndex(void) {
+unsigned int CapMgr_GetPrimaryMonitorIndex(void) try {
     return indexOrDefault(manager()->GetPrimaryMonitor());
 }
+RETURN_WHEN_THROWN(0)
 
-unsigned int CapMgr_GetSecondaryMonitorIndex(void) {
+unsigned int CapMgr_GetSecondaryMonitorIndex(void) try {
     return indexOrDefault(manager()->GetSecondaryMonitor());
 }
+RETURN_WHEN_THROWN(0)
 
-void CapMgr_GenerateMonitor(int nWidth, int nHeight, unsigned int nBitCount) {
+void CapMgr_GenerateMonitor(int nWidth, int nHeight, unsigned int nBitCount) try {
     TRACE_INFO("CAPTURE_MANAGER_API GenerateMonitor... width: ", nWidth, ", height: ", nHeight,
                ", bitcount: ", nBitCount);
     manager()->CreateMonitor(nWidth, nHeight, nBitCount);
 }
+RETURN_WHEN_THROWN()
 
-void CapMgr_DestroyMonitor(void) {
+void CapMgr_DestroyMonitor(void) try {
     TRACE_INFO("CAPTURE_MANAGER_API DestroyMonitor...");
     manager()->DestroyMonitor();
 }
+RETURN_WHEN_THROWN()
 
-void CapMgr_UpdateMonitor(void) {
+void CapMgr_UpdateMonitor(void) try {
     TRACE_INFO("CAPTURE_MANAGER_API UpdateMonitor...");
     manager()->UpdateMonitor();
 }
+RETURN_WHEN_THROWN()
 
-void CapMgr_OnMonitorInfoChange(void) {
+void CapMgr_OnMonitorInfoChange(void) try {
     TRACE_INFO("CAPTURE_MANAGER_API OnMonitorInfoChange... ");
     manager()->OnMonitorInfoChange();
 }
+RETURN_WHEN_THROWN()
 
-void CapMgr_MonitorScreenInfo(unsigned int dwMonitorIndex, double* pScale, CGRect* pFrame) {
+void CapMgr_MonitorScreenInfo(unsigned int dwMonitorIndex, double* pScale, CGRect* pFrame) try {
+    if (pScale != nullptr) {
+        *pScale = 0.0;
+    }
+    if (pFrame != nullptr) {
+        *pFrame = CGRect{};
+    }
     const CMonitor* const monitor = manager()->GetMonitor(dwMonitorIndex);
     const uint32_t displayID = monitor == nullptr ? 0 : monitor->GetDisplayID();
     ScreenInfo(displayID, pScale, pFrame);
@@ -129,18 +165,20 @@ void CapMgr_MonitorScreenInfo(unsigned int dwMonitorIndex, double* pScale, CGRec
                ", displayID=", displayID, ", monitor=", static_cast<const void*>(monitor),
                ", backingScaleFactor=", pScale == nullptr ? 0.0 : *pScale);
 }
+RETURN_WHEN_THROWN()
 
-unsigned int CapMgr_GenerateCaptureIndex(void) {
+unsigned int CapMgr_GenerateCaptureIndex(void) try {
     TRACE_STEP("CPCR", StepPhrase::CreateCaptureBegin, "[NULL]");
     const unsigned int index = manager()->GenerateCaptureIndex();
     TRACE_INFO("CAPTURE_MANAGER_API GenerateCaptureIndex... capture index: ", index);
     TRACE_STEP("CPCR", StepPhrase::CreateCaptureEnd, "[CapIndex:", index, "]");
     return index;
 }
+RETURN_WHEN_THROWN(kNoCaptureIndex)
 
 uint32_t CapMgr_StartCapture(unsigned int dwCaptureIndex, unsigned int dwMonitorIndex,
                              CAP_METHOD nCaptureType, CAP_TYPE nShareType,
-                             unsigned int dwCustomVersion, CAP_MODE eCapMode) {
+                             unsigned int dwCustomVersion, CAP_MODE eCapMode) try {
     TRACE_INFO("CAPTURE_MANAGER_API StartCapture... capture index: ", dwCaptureIndex,
                ", monitor index: ", dwMonitorIndex, ", capture type: ", nCaptureType,
                ", share type: ", nShareType, ", CustomVersion: ", dwCustomVersion);
@@ -158,17 +196,16 @@ uint32_t CapMgr_StartCapture(unsigned int dwCaptureIndex, unsigned int dwMonitor
         return kStartFailed;
     }
     // Null where a host has put a registry of its own in front, whose addition makes no object.
-    CCaptureBase* const capture = record->pCapture;
-    const uint32_t result =
-        capture == nullptr ? kStartFailed : startWithStoredSettings(*capture, *record);
+    const bool isAdded = record->pCapture != nullptr;
+    const uint32_t result = isAdded ? startWithAllSettings(dwCaptureIndex, *record) : kStartFailed;
     TRACE_STEP("CPST", StepPhrase::StartCaptureEnd, "[Ret:", static_cast<int>(result),
                ", CapType:", nCaptureType,
-               ", FrameRate:", capture == nullptr ? 0 : static_cast<int>(record->dwMaxFrameRate),
-               "]");
+               ", FrameRate:", isAdded ? static_cast<int>(record->dwMaxFrameRate) : 0, "]");
     return result;
 }
+RETURN_WHEN_THROWN(kStartFailed)
 
-bool CapMgr_StopCapture(unsigned int dwCaptureIndex, int FlushWnd) {
+bool CapMgr_StopCapture(unsigned int dwCaptureIndex, int FlushWnd) try {
     TRACE_INFO("CAPTURE_MANAGER_API StopCapture...  capture index: ", dwCaptureIndex);
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
     TRACE_STEP("CPSP", StepPhrase::StopCaptureBegin, "[CapIndex:", dwCaptureIndex,
@@ -183,25 +220,29 @@ bool CapMgr_StopCapture(unsigned int dwCaptureIndex, int FlushWnd) {
     TRACE_STEP("CPSP", StepPhrase::StopCaptureEnd, "[Ret:", pCapture != nullptr, "]");
     return pCapture != nullptr;
 }
+RETURN_WHEN_THROWN(false)
 
-bool CapMgr_PauseCapture(unsigned int dwCaptureIndex) {
+bool CapMgr_PauseCapture(unsigned int dwCaptureIndex) try {
     TRACE_INFO("CAPTURE_MANAGER_API PauseCapture... capture index: ", dwCaptureIndex);
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
     return pCapture != nullptr && pCapture->PauseCapture(true);
 }
+RETURN_WHEN_THROWN(false)
 
-bool CapMgr_ResumeCapture(unsigned int dwCaptureIndex) {
+bool CapMgr_ResumeCapture(unsigned int dwCaptureIndex) try {
     TRACE_INFO("CAPTURE_MANAGER_API ResumeCapture... capture index: ", dwCaptureIndex);
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
     return pCapture != nullptr && pCapture->PauseCapture(false);
 }
+RETURN_WHEN_THROWN(false)
 
-bool CapMgr_IsSerialCapMode(unsigned int dwCaptureIndex) {
+bool CapMgr_IsSerialCapMode(unsigned int dwCaptureIndex) try {
     const CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
     return pCapture != nullptr && pCapture->GetCaptureMode() == SERIAL_CAPTURE_MODE;
 }
+RETURN_WHEN_THROWN(false)
 
-bool CapMgr_SetCaptureFrameSize(unsigned int dwCaptureIndex, CAP_SIZE stSize) {
+bool CapMgr_SetCaptureFrameSize(unsigned int dwCaptureIndex, CAP_SIZE stSize) try {
     TRACE_INFO("SetCaptureFrameSize... cap index: ", dwCaptureIndex, ", w: ", stSize.dwWidth,
                ", h: ", stSize.dwHeight);
     StructCaptureMgr* const pCapMgr = manager()->GetCaptureMgr(dwCaptureIndex);
@@ -216,8 +257,9 @@ bool CapMgr_SetCaptureFrameSize(unsigned int dwCaptureIndex, CAP_SIZE stSize) {
     CHECKED_CALL(memcpy_s(&pCapMgr->stFrameSize, sizeof(CAP_SIZE), &stSize, sizeof(CAP_SIZE)));
     return pCapMgr->pCapture == nullptr || pCapMgr->pCapture->SetFrameSize(stSize);
 }
+RETURN_WHEN_THROWN(false)
 
-CAP_DESKTOP_DATA CapMgr_CaptureScreenBuffer(unsigned int dwCaptureIndex) {
+CAP_DESKTOP_DATA CapMgr_CaptureScreenBuffer(unsigned int dwCaptureIndex) try {
     CAP_DESKTOP_DATA stRetDesktopData{};
     CHECKED_CALL(
         memset_s(&stRetDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA)));
@@ -228,25 +270,28 @@ CAP_DESKTOP_DATA CapMgr_CaptureScreenBuffer(unsigned int dwCaptureIndex) {
     }
     return pCapture->CaptureScreen();
 }
+RETURN_WHEN_THROWN(CAP_DESKTOP_DATA{})
 
-CAP_DESKTOP_DATA CapMgr_LockScreenBuffer(unsigned int dwCaptureIndex) {
+CAP_DESKTOP_DATA CapMgr_LockScreenBuffer(unsigned int dwCaptureIndex) try {
     CAP_DESKTOP_DATA stRetDesktopData{};
     CHECKED_CALL(
         memset_s(&stRetDesktopData, sizeof(CAP_DESKTOP_DATA), 0, sizeof(CAP_DESKTOP_DATA)));
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
     return pCapture == nullptr ? stRetDesktopData : pCapture->LockBuffer();
 }
+RETURN_WHEN_THROWN(CAP_DESKTOP_DATA{})
 
-unsigned int CapMgr_UnlockScreenBuffer(unsigned int dwCaptureIndex) {
+unsigned int CapMgr_UnlockScreenBuffer(unsigned int dwCaptureIndex) try {
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
     if (pCapture == nullptr || !pCapture->IsReadHere()) {
         CMonitorManager::UnlockKeptCapture(dwCaptureIndex);
     }
     return pCapture == nullptr ? 0 : pCapture->UnlockBuffer();
 }
+RETURN_WHEN_THROWN(0)
 
 void CapMgr_UpdateScreenBuffer(unsigned int dwCaptureIndex, const unsigned char* pData,
-                               unsigned int nLength) {
+                               unsigned int nLength) try {
     TRACE_EACH_FRAME(trace::kInformation,
                      "CAPTURE_MANAGER_API UpdateScreenBuffer... capture index: ", dwCaptureIndex,
                      ", bmp length:", nLength);
@@ -257,8 +302,9 @@ void CapMgr_UpdateScreenBuffer(unsigned int dwCaptureIndex, const unsigned char*
     }
     pCapture->UpdateBuffer(pData, nLength);
 }
+RETURN_WHEN_THROWN()
 
-bool CapMgr_SetMaxFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate) {
+bool CapMgr_SetMaxFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate) try {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_SetMaxFrameRate... capture index: ", dwCaptureIndex,
                ", framerate: ", nFrameRate);
     StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
@@ -277,8 +323,9 @@ bool CapMgr_SetMaxFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate
     }
     return record->pCapture->SetMaxFrameRate(static_cast<int>(rate));
 }
+RETURN_WHEN_THROWN(false)
 
-bool CapMgr_UpdateFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate) {
+bool CapMgr_UpdateFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate) try {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_UpdateFrameRate... capture index: ", dwCaptureIndex,
                ", framerate: ", nFrameRate);
     StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
@@ -296,8 +343,9 @@ bool CapMgr_UpdateFrameRate(unsigned int dwCaptureIndex, unsigned int nFrameRate
     }
     return record->pCapture->UpdateFrameRate(nFrameRate);
 }
+RETURN_WHEN_THROWN(false)
 
-int CapMgr_GetMaxFrameRate(unsigned int dwCaptureIndex) {
+int CapMgr_GetMaxFrameRate(unsigned int dwCaptureIndex) try {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_GetMaxFrameRate... capture index: ", dwCaptureIndex);
     const StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
     if (record == nullptr) {
@@ -309,8 +357,9 @@ int CapMgr_GetMaxFrameRate(unsigned int dwCaptureIndex) {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_GetMaxFrameRate... iFrameRate: ", iFrameRate);
     return iFrameRate;
 }
+RETURN_WHEN_THROWN(0)
 
-int CapMgr_GetCurFrameRate(unsigned int dwCaptureIndex) {
+int CapMgr_GetCurFrameRate(unsigned int dwCaptureIndex) try {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_GetCurFrameRate... capture index: ", dwCaptureIndex);
     const StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
     if (record == nullptr) {
@@ -322,8 +371,9 @@ int CapMgr_GetCurFrameRate(unsigned int dwCaptureIndex) {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_GetCurFrameRate... iFrameRate: ", iFrameRate);
     return iFrameRate;
 }
+RETURN_WHEN_THROWN(0)
 
-int CapMgr_GetCapFailResult(unsigned int dwCaptureIndex) {
+int CapMgr_GetCapFailResult(unsigned int dwCaptureIndex) try {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_GetCapFailResult... capture index: ", dwCaptureIndex);
     const StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
     if (record == nullptr) {
@@ -340,9 +390,10 @@ int CapMgr_GetCapFailResult(unsigned int dwCaptureIndex) {
     TRACE_INFO("CAPTURE_MANAGER_API CapMgr_GetCapFailResult... iCapFailResult: ", iCapFailResult);
     return iCapFailResult;
 }
+RETURN_WHEN_THROWN(0)
 
 void CapMgr_SetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd,
-                          tagCapExcWndActType eAction) {
+                          tagCapExcWndActType eAction) try {
     TRACE_INFO("CAPTURE_MANAGER_API SetExcludeWnd...capture index: ", dwCaptureIndex,
                ", window ID: ", hWnd != nullptr, ", action type: ", eAction);
     const StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
@@ -356,9 +407,10 @@ void CapMgr_SetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd,
     }
     record->pCapture->SetExcludeWnd(hWnd, eAction);
 }
+RETURN_WHEN_THROWN()
 
 void CapMgr_SetSharedAppWnd(unsigned int dwCaptureIndex, unsigned int nAppWndID,
-                            tagCapAppActType eAction) {
+                            tagCapAppActType eAction) try {
     TRACE_STEP("CPSW", StepPhrase::ShareWindowsBegin, "[Index:", dwCaptureIndex,
                ", Action:", eAction, ", nAppWndID:", nAppWndID, "]");
     const StructCaptureMgr* const record = manager()->GetCaptureMgr(dwCaptureIndex);
@@ -373,9 +425,10 @@ void CapMgr_SetSharedAppWnd(unsigned int dwCaptureIndex, unsigned int nAppWndID,
     }
     TRACE_STEP("CPSW", StepPhrase::ShareWindowsEnd, "[NULL]");
 }
+RETURN_WHEN_THROWN()
 
 void CapMgr_SetAppShareBgColor(unsigned int dwCaptureIndex, unsigned int nRgnType,
-                               unsigned int nBrushType, unsigned int nColor) {
+                               unsigned int nBrushType, unsigned int nColor) try {
     TRACE_INFO("SetAppShareBgColor... dwIndex = ", dwCaptureIndex, " rgnType = ", nRgnType,
                " brushType = ", nBrushType, " clrref = ", nColor);
     CCaptureBase* const pCapture = manager()->GetCaptureInstance(dwCaptureIndex);
@@ -385,3 +438,4 @@ void CapMgr_SetAppShareBgColor(unsigned int dwCaptureIndex, unsigned int nRgnTyp
     }
     pCapture->SetAppShareBackColor(nRgnType, nBrushType, nColor);
 }
+RETURN_WHEN_THROWN()

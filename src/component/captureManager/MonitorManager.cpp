@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
+#include <new>
 #include <utility>
 
 #include "CaptureBase.h"
 #include "CaptureMac.h"
 #include "DisplayImages.h"
+#include "ExcludedWindows.h"
 #include "Monitor.h"
 #include "PlatformRef.h"
 #include "Trace.h"
@@ -72,22 +75,30 @@ ContextRef thumbnailContext(const CMonitor& monitor, CGImageRef image, int width
                                             bytesPerRow, colorSpace, bitmapInfo));
 }
 
-bool contains(const std::vector<const void*>& windows, const void* window) {
-    return std::find(windows.begin(), windows.end(), window) != windows.end();
-}
+using KeptCaptures = std::multimap<unsigned int, CCaptureBase*>;
 
 // Captures, by their index, whose frame a reader kept locked through the stop. Never destroyed, as
-// the reader may outlive everything.
-std::multimap<unsigned int, CCaptureBase*>& capturesKeptForReaders() {
-    static auto& captures = *new std::multimap<unsigned int, CCaptureBase*>;
+// the reader may outlive everything, and there without memory of its own, as an unlock needs it.
+KeptCaptures& capturesKeptForReaders() {
+    alignas(KeptCaptures) static unsigned char place[sizeof(KeptCaptures)];
+    static auto& captures = *new (place) KeptCaptures;
     return captures;
+}
+
+// The reader goes on reading also where its unlock will not find the capture.
+void keepForReader(unsigned int dwCaptureIndex, CCaptureBase* capture) {
+    TRACE_ERROR(
+        "CMonitorManager::DeleteCaptureInstance... the frame is locked, kept for its reader!");
+    try {
+        capturesKeptForReaders().emplace(dwCaptureIndex, capture);
+    } catch (...) {
+        TRACE_ERROR("CMonitorManager::DeleteCaptureInstance... memory is short, kept for good!");
+    }
 }
 
 void deleteCapture(unsigned int dwCaptureIndex, CCaptureBase* capture) {
     if (capture != nullptr && !CCaptureBase::Delete(capture)) {
-        TRACE_ERROR(
-            "CMonitorManager::DeleteCaptureInstance... the frame is locked, kept for its reader!");
-        capturesKeptForReaders().emplace(dwCaptureIndex, capture);
+        keepForReader(dwCaptureIndex, capture);
     }
 }
 
@@ -135,9 +146,15 @@ void CMonitorManager::UpdateMonitors() {
     if (!listActiveDisplays(displays)) {
         return;
     }
+    // All or, when memory runs out, none.
+    std::vector<std::unique_ptr<CMonitor>> monitors(displays.size());
+    m_vec_monitor.reserve(displays.size());
     for (unsigned int i = 0; i < displays.size(); ++i) {
-        m_vec_monitor.push_back(new CMonitor(displays[i], i));
+        monitors[i] = std::make_unique<CMonitor>(displays[i], i);
         TRACE_INFO("CMonitorManager::UpdateMonitors DisplayID: ", displays[i]);
+    }
+    for (std::unique_ptr<CMonitor>& monitor : monitors) {
+        m_vec_monitor.push_back(monitor.release());
     }
     for (const CMonitor* monitor : m_vec_monitor) {
         traceMonitor(*monitor);
@@ -184,7 +201,9 @@ void CMonitorManager::CreateMonitor(int nWidth, int nHeight, unsigned int nBitCo
     constexpr unsigned int kVirtualIndex = 0;
     TRACE_INFO("CMonitorManager::CreateMonitor,nWidth = ", nWidth, ",nHeight =", nHeight,
                ",nBitCount = ", nBitCount, ", nIndex = ", kVirtualIndex);
-    m_vec_monitor.push_back(new CMonitor(kVirtualIndex, nWidth, nHeight, nBitCount));
+    auto monitor = std::make_unique<CMonitor>(kVirtualIndex, nWidth, nHeight, nBitCount);
+    m_vec_monitor.push_back(monitor.get());
+    monitor.release();  // NOLINT(bugprone-unused-return-value): the list has it now
 }
 
 void CMonitorManager::DestroyMonitor() {
@@ -221,11 +240,13 @@ bool CMonitorManager::GetScreenThumbnail(unsigned int dwMonitorIndex, int dwWidt
 }
 
 unsigned int CMonitorManager::GenerateCaptureIndex() {
-    auto* const pCapMgr = new StructCaptureMgr{};
+    auto pCapMgr = std::make_unique<StructCaptureMgr>();
+    excluded_windows::prepare(pCapMgr->vecPresetExcludeWnd);
     pCapMgr->pCapture = nullptr;
     pCapMgr->dwMaxFrameRate = 0;
     CHECKED_CALL(memset_s(&(pCapMgr->stFrameSize), sizeof(CAP_SIZE), 0, sizeof(CAP_SIZE)));
-    m_mapCaptureMgr[m_dwNextCaptureIndex] = pCapMgr;
+    StructCaptureMgr*& place = m_mapCaptureMgr[m_dwNextCaptureIndex];
+    place = pCapMgr.release();
     return m_dwNextCaptureIndex++;
 }
 
@@ -353,7 +374,7 @@ bool CMonitorManager::IsPresetExcludeWnd(unsigned int dwCaptureIndex, const void
         TRACE_ERROR("CMonitorManager::IsPresetExcludeWnd... param dwCaptureIndex invalid");
         return false;
     }
-    return contains(record->vecPresetExcludeWnd, hWnd);
+    return excluded_windows::contains(record->vecPresetExcludeWnd, hWnd);
 }
 
 void CMonitorManager::PushPresetExcludeWnd(unsigned int dwCaptureIndex, const void* hWnd) {
@@ -362,8 +383,8 @@ void CMonitorManager::PushPresetExcludeWnd(unsigned int dwCaptureIndex, const vo
         TRACE_ERROR("CMonitorManager::PushPresetExcludeWnd... param dwCaptureIndex invalid");
         return;
     }
-    if (!contains(record->vecPresetExcludeWnd, hWnd)) {
-        record->vecPresetExcludeWnd.push_back(hWnd);
+    if (!excluded_windows::contains(record->vecPresetExcludeWnd, hWnd)) {
+        excluded_windows::add(record->vecPresetExcludeWnd, hWnd);
     }
 }
 

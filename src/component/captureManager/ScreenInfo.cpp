@@ -12,7 +12,8 @@ namespace {
 
 constexpr CGDirectDisplayID kNoDisplay = 0;
 
-std::vector<CGDirectDisplayID> activeDisplays() {
+// None where there is no memory for them.
+std::vector<CGDirectDisplayID> activeDisplays() try {
     uint32_t count = 0;
     if (CGGetActiveDisplayList(0, nullptr, &count) != kCGErrorSuccess) {
         return {};
@@ -23,6 +24,8 @@ std::vector<CGDirectDisplayID> activeDisplays() {
     }
     displays.resize(std::min<size_t>(count, displays.size()));
     return displays;
+} catch (...) {
+    return {};
 }
 
 CGDirectDisplayID mainDisplay(const std::vector<CGDirectDisplayID>& displays) {

@@ -1,0 +1,147 @@
+// What is left of a call for which there was no memory.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <future>
+#include <new>
+
+#include "Monitor.h"
+#include "MonitorManager.h"
+#include "bounded_memory_faults.h"
+#include "engine_loop.h"
+
+namespace {
+
+using testing::Contains;
+
+constexpr unsigned int kNoCaptureIndex = 0xFFFFFFFF;
+
+// A list has room for one window, then for two, four, eight.
+constexpr size_t kTwoWindows = 2 * sizeof(void*);
+constexpr size_t kEightWindows = 8 * sizeof(void*);
+
+CMonitorManager& manager() {
+    return *CMonitorManager::GetInstance();
+}
+
+// The capture's newest frame; whether every byte of it is zero.
+bool isBlack(unsigned int index) {
+    const CAP_DESKTOP_DATA frame = CapMgr_LockScreenBuffer(index);
+    EXPECT_NE(frame.pData, nullptr);
+    const bool black = std::all_of(frame.pData, frame.pData + frame.dwDataLen,
+                                   [](unsigned char byte) { return byte == 0; });
+    CapMgr_UnlockScreenBuffer(index);
+    return black;
+}
+
+class ShortMemory : public ContractTest {
+  protected:
+    static void exclude(unsigned int index, uintptr_t number) {
+        CapMgr_SetExcludeWnd(index, window(number), CAP_EXC_WND_ADD);
+    }
+
+    static uint32_t start(unsigned int index) {
+        return CapMgr_StartCapture(index, 0, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
+                                   PARALLEL_CAPTURE_MODE);
+    }
+};
+
+TEST_F(ShortMemory, makesACallFailWithATrace) {
+    CapMgr_GetMonitorCount();
+    memory_faults::failSingleAllocation(sizeof(StructCaptureMgr));
+    EXPECT_EQ(CapMgr_GenerateCaptureIndex(), kNoCaptureIndex);
+    EXPECT_THAT(trace_recorder::messages(),
+                Contains(error("CapMgr_GenerateCaptureIndex... memory is short!")));
+    EXPECT_EQ(CapMgr_GenerateCaptureIndex(), 0U);
+}
+
+TEST_F(ShortMemory, leavesNoManagerWhoseMonitorsItHadNoMemoryFor) {
+    memory_faults::failSingleAllocation(sizeof(CMonitor));
+    EXPECT_EQ(CapMgr_GetMonitorCount(), 0U);
+    EXPECT_EQ(CapMgr_GetMonitorCount(), 1U);
+}
+
+TEST_F(ShortMemory, leavesTheListOfMonitorsEmpty) {
+    plugInSecond();
+    CapMgr_GetMonitorCount();
+    memory_faults::failSingleAllocation(sizeof(CMonitor));
+    CapMgr_UpdateMonitor();
+    EXPECT_EQ(CapMgr_GetMonitorCount(), 0U);
+    CapMgr_UpdateMonitor();
+    EXPECT_EQ(CapMgr_GetMonitorCount(), 2U);
+}
+
+TEST_F(ShortMemory, showsNothingWhileAWindowToLeaveOutIsNotKnown) {
+    const unsigned int index = startedCapture();
+    exclude(index, 3);
+    memory_faults::failSingleAllocation(kTwoWindows);
+    exclude(index, 4);
+    runRounds(2);
+    EXPECT_TRUE(isBlack(index));
+    exclude(index, 5);
+    runRounds(2);
+    EXPECT_TRUE(isBlack(index));
+    CapMgr_SetExcludeWnd(index, nullptr, CAP_EXC_WND_CLEAR);
+    runRounds(2);
+    EXPECT_FALSE(isBlack(index));
+}
+
+TEST_F(ShortMemory, showsNothingWhenAWindowThatWasToBeLeftOutFromTheStartIsNotKnown) {
+    const unsigned int index = CapMgr_GenerateCaptureIndex();
+    exclude(index, 3);
+    memory_faults::failSingleAllocation(kTwoWindows);
+    exclude(index, 4);
+    EXPECT_EQ(start(index), 0U);
+    ASSERT_TRUE(driven_time::awaitSleep());
+    runRounds(2);
+    EXPECT_TRUE(isBlack(index));
+}
+
+TEST_F(ShortMemory, startsNoCaptureThatLacksAWindowToLeaveOut) {
+    const unsigned int index = CapMgr_GenerateCaptureIndex();
+    for (uintptr_t number = 1; number <= 5; ++number) {
+        exclude(index, number);
+    }
+    memory_faults::failSingleAllocation(kEightWindows);
+    EXPECT_NE(start(index), 0U);
+    EXPECT_EQ(manager().GetCaptureInstance(index), nullptr);
+    EXPECT_EQ(start(index), 0U);
+    ASSERT_TRUE(driven_time::awaitSleep());
+    EXPECT_FALSE(isBlack(index));
+}
+
+// The frame stays for its reader, and is lost when that has unlocked it.
+TEST_F(ShortMemory, stopsACaptureThatIsReadByAnotherThread) {
+    constexpr size_t kPlaceAmongTheKept = 48;
+    const unsigned int index = startedCapture();
+    std::promise<void> mayUnlock;
+    std::promise<CAP_DESKTOP_DATA> locked;
+    const auto reader = std::async(std::launch::async, [&] {
+        locked.set_value(CapMgr_LockScreenBuffer(index));
+        mayUnlock.get_future().wait();
+        CapMgr_UnlockScreenBuffer(index);
+    });
+    ASSERT_NE(locked.get_future().get().pData, nullptr);
+    driven_time::timeOutNextEventWait();
+    memory_faults::failSingleAllocation(kPlaceAmongTheKept);
+    EXPECT_TRUE(CapMgr_StopCapture(index, 0));
+    mayUnlock.set_value();
+    EXPECT_EQ(manager().GetCaptureInstance(index), nullptr);
+}
+
+class ShortMemoryInALoop : public EngineLoop {};
+
+TEST_F(ShortMemoryInALoop, endsTheThreadOfABackendThatThrows) {
+    capture_.capture = []() -> bool { throw std::bad_alloc(); };
+    EXPECT_EQ(capture_.StartCapture(), 0U);
+    EXPECT_TRUE(thread_watch::awaitNone());
+    EXPECT_THAT(trace_recorder::messages(),
+                Contains(error("CCaptureBase::Capture()... ended by an exception!")));
+    capture_.StopCapture();
+    driven_time::reset();
+    capture_.capture = [] { return true; };
+    EXPECT_EQ(start(), 1 * kMs);
+}
+
+}  // namespace
