@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -91,6 +92,15 @@ void stopAll() {
         CapMgr_StopCapture(index, 1);
 }
 
+/* The list is empty where there was no memory for it; it stays so for some seconds where the reply
+ * was lost by which a connection is made. */
+void requireMonitors() {
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + std::chrono::seconds(15);
+    for (CapMgr_UpdateMonitor(); CapMgr_GetMonitorCount() == 0; CapMgr_UpdateMonitor())
+        require(Clock::now() < end, "displays are listed again");
+}
+
 /* The same once more, without a fault. */
 int act(Stage& stage, const Trial& trial) {
     stage.enter();
@@ -98,7 +108,7 @@ int act(Stage& stage, const Trial& trial) {
     trial.scenario.act(Doing(stage, false));
     const bool hasFailed = shortage::end();
     stopAll();
-    CapMgr_UpdateMonitor();  // the list is empty where there was no memory for it
+    requireMonitors();
     trial.scenario.act(Doing(stage, true));
     CMonitorManager::DeleteInstance();
     requireNoCaptureThread();

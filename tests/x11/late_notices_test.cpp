@@ -3,57 +3,14 @@
  * to it, and the notice of that reaches the reader at once with the replies.
  */
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
-#include <sys/syscall.h>
-#include <sys/uio.h>
-#include <unistd.h>
 
-#include <chrono>
-#include <functional>
 #include <ostream>
-#include <stdexcept>
 #include <string>
-#include <thread>
-#include <utility>
 #include <vector>
 
-#include "../contract/next_definition.h"
+#include "sendings.h"
 #include "window_test.h"
 #include "xvfb_server.h"
-
-namespace {
-
-/* What is done before one of this thread's next sendings, whose replies are then all awaited. */
-struct Interruption {
-    int sendingsUntil = 0;  // 1 for the next one; 0 if there is none
-    std::function<void()> act;
-};
-thread_local Interruption interruption;
-
-/* Until nothing more has come for a while. */
-void waitForReplies(int socket) {
-    int waiting = 0;
-    int before = -1;
-    for (int rounds = 0; waiting == 0 || waiting != before; ++rounds) {
-        before = waiting;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        if (rounds > 500 || ioctl(socket, FIONREAD, &waiting) != 0)
-            throw std::runtime_error("the server does not answer");
-    }
-}
-
-}  // namespace
-
-/* The program's own, which the X client library calls. */
-extern "C" INTERPOSED ssize_t writev(int socket, const iovec* parts, int count) {
-    const bool isInterrupted = interruption.sendingsUntil > 0 && --interruption.sendingsUntil == 0;
-    if (isInterrupted)
-        interruption.act();
-    const ssize_t sent = syscall(SYS_writev, socket, parts, count);
-    if (isInterrupted)
-        waitForReplies(socket);
-    return sent;
-}
 
 namespace {
 
@@ -97,9 +54,9 @@ class LateNoticesTest : public WindowTest, public testing::WithParamInterface<Se
     /* Takes an image of what was drawn, and draws before one of its sendings; false if there are
      * fewer. */
     bool takeWhileDrawing(int sending, const Area& area, Color color) const {
-        interruption = {sending, [=, this] { draw(area, color); }};
+        sendings::interrupt(sending, [=, this] { draw(area, color); });
         take();
-        return std::exchange(interruption, {}).sendingsUntil == 0;
+        return sendings::wasInterrupted();
     }
 
     xcb_window_t window_ = 0;

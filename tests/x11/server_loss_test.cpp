@@ -10,6 +10,7 @@
 
 #include "process_resources.h"
 #include "screen_test.h"
+#include "sendings.h"
 #include "window_test.h"
 
 namespace {
@@ -44,6 +45,18 @@ TEST(MissingServerTest, CallsFail) {
 TEST(MissingServerTest, CallsFailWithoutADisplayInTheEnvironment) {
     unsetenv("DISPLAY");
     expectFailure();
+}
+
+/* As the X client library may lose a reply where memory is short, it then waits for good. */
+TEST(LostHandshakeTest, IsBegunAnewAfterAWhile) {
+    const XvfbServer server("320x200x24");
+    useDisplay(server.display());
+    constexpr int kFirstQuestions = 2;  // 1 is the greeting
+    sendings::loseOneOfAHandshake(kFirstQuestions);
+    std::thread([] {
+        EXPECT_EQ(imageOf(0, 0, 10, 10), nullptr);
+        EXPECT_TRUE(eventually([] { return imageOf(0, 0, 10, 10) != nullptr; }, seconds(30)));
+    }).join();
 }
 
 /* A display whose name stays while servers come and go behind it. */

@@ -14,6 +14,7 @@
 #include <xcb/xfixes.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <mutex>
 #include <new>
@@ -149,12 +150,27 @@ Link openLink(const std::string& displayName) {
     return link;
 }
 
+constexpr int kMostHandshakes = 16;
+
+/* That of a connection that is being made, while it lasts. */
+class Handshake {
+  public:
+    Handshake() { ++underWay; }
+    ~Handshake() { --underWay; }
+    Handshake(const Handshake&) = delete;
+    Handshake& operator=(const Handshake&) = delete;
+
+    static inline std::atomic<int> underWay = 0;
+};
+
 /* Connecting waits for the server without a bound, and offers no way to bound it; so it is done on
  * a thread of its own. If the result is not wanted any more when it comes, it is dropped, which
  * disconnects. */
 std::future<Link> startConnecting(std::string displayName) {
-    std::packaged_task<Link()> task(
-        [displayName = std::move(displayName)] { return openLink(displayName); });
+    std::packaged_task<Link()> task([displayName = std::move(displayName)] {
+        const Handshake handshake;
+        return openLink(displayName);
+    });
     auto link = task.get_future();
     const coregraphics::AllSignalsHeld allSignalsHeld;
     std::thread thread(std::move(task));
@@ -195,10 +211,10 @@ Connection::Connection(const char* displayName) : connecting_(startConnecting(di
 
 coregraphics::ServerState Connection::refresh() {
     using coregraphics::ServerState;
-    if (connecting_.valid() && !finishConnecting())
-        return isLost() ? ServerState::lost : ServerState::busy;
     if (isLost())
-        return ServerState::lost;  // without a handle, where memory ran out while connecting
+        return ServerState::lost;
+    if (connecting_.valid() && !finishConnecting())
+        return connecting_.valid() ? ServerState::busy : ServerState::lost;
     // A server that ended meanwhile is noticed here, before the call relies on it.
     readEvents();
     const bool answers = finishLateReply();
@@ -276,8 +292,10 @@ std::vector<Reply<xcb_generic_event_t>> Connection::takeEvents() {
 }
 
 bool Connection::isLost() const {
+    // A server that was frozen goes on with all that were waiting. One reply that was lost, as the
+    // X client library may do where memory is short, never comes.
     if (connecting_.valid())
-        return false;
+        return Clock::now() - begun_ > kLongestHandshake && Handshake::underWay < kMostHandshakes;
     return screen_ == nullptr || xcb_connection_has_error(handle()) != 0;
 }
 

@@ -23,6 +23,9 @@ namespace qor::x11 {
 
 inline constexpr std::chrono::milliseconds kPatience{2000};
 
+/* When making a connection takes longer, another one is begun. */
+inline constexpr std::chrono::milliseconds kLongestHandshake{6000};
+
 struct Disconnect {
     void operator()(xcb_connection_t* connection) const noexcept { xcb_disconnect(connection); }
 };
@@ -109,6 +112,7 @@ class Connection {
     void takeIn(xcb_generic_event_t* (*next)(xcb_connection_t*));
     bool isTaken(const xcb_generic_event_t& event) noexcept;
 
+    const std::chrono::steady_clock::time_point begun_ = std::chrono::steady_clock::now();
     std::future<Link> connecting_;
     Link link_;
     const xcb_screen_t* screen_ = nullptr;
