@@ -92,7 +92,7 @@ fs::path resolve(const fs::path& path) {
         throw cannotWrite(path, EISDIR);
     }
     if (fs::is_symlink(path, error)) {
-        const fs::path followed = fs::canonical(path, error);
+        fs::path followed = fs::canonical(path, error);
         if (error) {
             throw cannotWrite(path, error.message());
         }
