@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -67,12 +66,13 @@ void loseOneOfAHandshake(int number) {
 }  // namespace sendings
 
 extern "C" INTERPOSED ssize_t writev(int socket, const iovec* parts, int count) {
+    static const auto next = nextDefinition<decltype(&writev)>("writev");
     if (handshakesUntil > 0 && isConnecting() && --handshakesUntil == 0)
         return sizeOf({parts, static_cast<std::size_t>(count)});
     const bool isInterrupted = sendingsUntil > 0 && --sendingsUntil == 0;
     if (isInterrupted)
         interruption();
-    const ssize_t sent = syscall(SYS_writev, socket, parts, count);
+    const ssize_t sent = next(socket, parts, count);
     if (isInterrupted)
         waitForReplies(socket);
     return sent;
