@@ -3,6 +3,8 @@
 #ifndef QOR_CONF_CANCELLATION_H
 #define QOR_CONF_CANCELLATION_H
 
+#include <cstddef>  // tells which C++ library it is
+
 #ifdef __GLIBCXX__
 #include <cxxabi.h>
 
@@ -13,5 +15,8 @@
 #else
 #define LET_CANCELLATION_PASS
 #endif
+
+// For a function that is left that way: what is caught then is no object, and sanitizers mind.
+#define PASSED_BY_CANCELLATION __attribute__((no_sanitize("null")))
 
 #endif

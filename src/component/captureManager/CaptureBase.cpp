@@ -365,7 +365,7 @@ void* CCaptureBase::CaptureThread(void* param) {
 
 // False when the thread was given up meanwhile. No exception may pass the cleanup handler, and by
 // one of a backend's the thread ends: the object may be gone.
-bool CCaptureBase::RunOnThread() {
+PASSED_BY_CANCELLATION bool CCaptureBase::RunOnThread() {
     try {
         leaveIfGivenUp();
         ResetStopEvent();
