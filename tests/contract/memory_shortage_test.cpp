@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <future>
 #include <new>
+#include <ostream>
+#include <string>
 
 #include "Monitor.h"
 #include "MonitorManager.h"
@@ -56,6 +58,82 @@ TEST_F(ShortMemory, makesACallFailWithATrace) {
                 Contains(error("CapMgr_GenerateCaptureIndex... memory is short!")));
     EXPECT_EQ(CapMgr_GenerateCaptureIndex(), 0U);
 }
+
+struct FailingCall {
+    const char* name;
+    bool (*fails)();  // whether it gives what stands for a failure, if it gives anything
+};
+
+void PrintTo(const FailingCall& call, std::ostream* out) {
+    *out << call.name;
+}
+
+class ShortMemoryForACall : public ContractTest, public testing::WithParamInterface<FailingCall> {};
+
+// Each makes the manager, where there is none yet.
+TEST_P(ShortMemoryForACall, makesItFailWithATrace) {
+    memory_faults::failSingleAllocation(sizeof(CMonitorManager));
+    EXPECT_TRUE(GetParam().fails());
+    EXPECT_THAT(trace_recorder::messages(),
+                Contains(error(std::string(GetParam().name) + "... memory is short!")));
+}
+
+const FailingCall kFailingCalls[]{
+    {"CapMgr_GetMonitorCount", [] { return CapMgr_GetMonitorCount() == 0; }},
+    {"CapMgr_GetMonitorInfo",
+     [] {
+         CAP_MONITOR_INFO info{};
+         return !CapMgr_GetMonitorInfo(0, &info);
+     }},
+    {"CapMgr_GetPrimaryMonitorIndex", [] { return CapMgr_GetPrimaryMonitorIndex() == 0; }},
+    {"CapMgr_GetSecondaryMonitorIndex", [] { return CapMgr_GetSecondaryMonitorIndex() == 0; }},
+    {"CapMgr_GenerateMonitor", [] { return CapMgr_GenerateMonitor(640, 480, 32), true; }},
+    {"CapMgr_DestroyMonitor", [] { return CapMgr_DestroyMonitor(), true; }},
+    {"CapMgr_UpdateMonitor", [] { return CapMgr_UpdateMonitor(), true; }},
+    {"CapMgr_OnMonitorInfoChange", [] { return CapMgr_OnMonitorInfoChange(), true; }},
+    {"CapMgr_MonitorScreenInfo",
+     [] {
+         double scale = 1;
+         CGRect frame{{1, 1}, {1, 1}};
+         CapMgr_MonitorScreenInfo(0, &scale, &frame);
+         return scale == 0 && frame.size.width == 0;
+     }},
+    {"CapMgr_GenerateCaptureIndex",
+     [] { return CapMgr_GenerateCaptureIndex() == kNoCaptureIndex; }},
+    {"CapMgr_StartCapture",
+     [] {
+         return CapMgr_StartCapture(0, 0, CAP_METHOD_COREGRAPHICS, CAP_TYPE_DESKTOP, 0,
+                                    PARALLEL_CAPTURE_MODE) == 1;
+     }},
+    {"CapMgr_StopCapture", [] { return !CapMgr_StopCapture(0, 0); }},
+    {"CapMgr_PauseCapture", [] { return !CapMgr_PauseCapture(0); }},
+    {"CapMgr_ResumeCapture", [] { return !CapMgr_ResumeCapture(0); }},
+    {"CapMgr_IsSerialCapMode", [] { return !CapMgr_IsSerialCapMode(0); }},
+    {"CapMgr_SetCaptureFrameSize",
+     [] {
+         return !CapMgr_SetCaptureFrameSize(0, {64, 48});
+     }},
+    {"CapMgr_CaptureScreenBuffer", [] { return CapMgr_CaptureScreenBuffer(0).pData == nullptr; }},
+    {"CapMgr_LockScreenBuffer", [] { return CapMgr_LockScreenBuffer(0).pData == nullptr; }},
+    {"CapMgr_UnlockScreenBuffer", [] { return CapMgr_UnlockScreenBuffer(0) == 0; }},
+    {"CapMgr_UpdateScreenBuffer",
+     [] {
+         const unsigned char pixel[4]{};
+         return CapMgr_UpdateScreenBuffer(0, pixel, sizeof pixel), true;
+     }},
+    {"CapMgr_SetMaxFrameRate", [] { return !CapMgr_SetMaxFrameRate(0, 10); }},
+    {"CapMgr_UpdateFrameRate", [] { return !CapMgr_UpdateFrameRate(0, 10); }},
+    {"CapMgr_GetMaxFrameRate", [] { return CapMgr_GetMaxFrameRate(0) == 0; }},
+    {"CapMgr_GetCurFrameRate", [] { return CapMgr_GetCurFrameRate(0) == 0; }},
+    {"CapMgr_GetCapFailResult", [] { return CapMgr_GetCapFailResult(0) == 0; }},
+    {"CapMgr_SetExcludeWnd",
+     [] { return CapMgr_SetExcludeWnd(0, window(3), CAP_EXC_WND_ADD), true; }},
+    {"CapMgr_SetSharedAppWnd", [] { return CapMgr_SetSharedAppWnd(0, 3, CAP_APP_WND_SET), true; }},
+    {"CapMgr_SetAppShareBgColor", [] { return CapMgr_SetAppShareBgColor(0, 1, 2, 3), true; }},
+};
+
+INSTANTIATE_TEST_SUITE_P(Calls, ShortMemoryForACall, testing::ValuesIn(kFailingCalls),
+                         [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_F(ShortMemory, leavesNoManagerWhoseMonitorsItHadNoMemoryFor) {
     memory_faults::failSingleAllocation(sizeof(CMonitor));
