@@ -174,6 +174,7 @@ void leaveOut(const Doing& doing) {
     capture.exclude(CAP_EXC_WND_CLEAR);
     capture.readAnother();
     capture.exclude(CAP_EXC_WND_ADD);
+    capture.readAnother();  // the one that was under way may show it
     capture.read(isWithout, false);
     capture.exclude(CAP_EXC_WND_DELETE);
     capture.readAnother();

@@ -1,10 +1,15 @@
 /* Windows that are not what their number says, or go at any moment, and servers that are taken. */
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <iostream>
+#include <span>
+#include <string>
 #include <thread>
 
+#include "display_relay.h"
 #include "process_resources.h"
 #include "window_test.h"
 
@@ -21,6 +26,67 @@ class WindowFaultsTest : public WindowTest {
         EXPECT_EQ(colorAt(image, 50, 40), isShown ? kGreen : kBlack);
     }
 };
+
+/* Has a server's answer about a window be lost: the question, the first of its kind, asks nothing.
+ * As where the X client library has no memory for an answer, all others come. */
+class LosingRelay {
+  public:
+    LosingRelay(const XvfbServer& server, std::uint8_t question, xcb_window_t window)
+        : question_(question),
+          window_(window),
+          relay_(server.socketPath(), [this](auto bytes) { lose(bytes); }) {}
+
+    std::string display() const { return relay_.display(); }
+    bool hasLost() const { return hasLost_; }
+
+  private:
+    /* Requests begin with their number, their length in words is in the third and fourth byte, and
+     * the window follows. */
+    void lose(std::span<std::uint8_t> bytes) {
+        constexpr std::uint8_t kNoOperation = 127;
+        std::uint32_t head[2];
+        for (; bytes.size() >= sizeof head && !hasLost_;) {
+            std::memcpy(head, bytes.data(), sizeof head);
+            const std::size_t length = 4 * (head[0] >> 16);
+            if (bytes[0] == question_ && head[1] == window_) {
+                bytes[0] = kNoOperation;
+                hasLost_ = true;
+            }
+            if (length == 0 || length > bytes.size())
+                return;
+            bytes = bytes.subspan(length);
+        }
+    }
+
+    const std::uint8_t question_;
+    const xcb_window_t window_;
+    std::atomic<bool> hasLost_ = false;
+    DisplayRelay relay_;
+};
+
+class LostAnswerTest : public WindowFaultsTest, public testing::WithParamInterface<std::uint8_t> {};
+
+TEST_P(LostAnswerTest, LeavesOutWhatIsToBeLeftOut) {
+    const xcb_window_t shown = open({.area = kPlace, .color = kGreen});
+    const xcb_window_t leftOut = open({.area = {150, 30, 100, 80}, .color = kRed});
+    LosingRelay relay(server(), GetParam(), leftOut);
+    useDisplay(relay.display());
+    std::thread([&] {
+        const Image first = imageOfWindows(kScreen, {shown});
+        EXPECT_TRUE(relay.hasLost());
+        EXPECT_TRUE(first == nullptr || !shows(first, kRed));
+        const Image second = imageOfWindows(kScreen, {shown});
+        expectGreenAt(second, true);
+        EXPECT_FALSE(shows(second, kRed));
+    }).join();
+}
+
+INSTANTIATE_TEST_SUITE_P(Questions, LostAnswerTest,
+                         testing::Values(std::uint8_t{XCB_GET_WINDOW_ATTRIBUTES},
+                                         std::uint8_t{XCB_GET_GEOMETRY}),
+                         [](const auto& instance) {
+                             return instance.param == XCB_GET_GEOMETRY ? "Geometry" : "Attributes";
+                         });
 
 /* What else a number may be, made by a client that has a window on screen. */
 struct Impostor {

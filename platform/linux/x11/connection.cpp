@@ -296,7 +296,7 @@ bool Connection::isLost() const {
     // X client library may do where memory is short, never comes.
     if (connecting_.valid())
         return Clock::now() - begun_ > kLongestHandshake && Handshake::underWay < kMostHandshakes;
-    return screen_ == nullptr || xcb_connection_has_error(handle()) != 0;
+    return screen_ == nullptr || hasLostReply_ || xcb_connection_has_error(handle()) != 0;
 }
 
 bool Connection::finishConnecting() {
@@ -350,6 +350,10 @@ void* Connection::await(unsigned sequence, xcb_generic_error_t** error) {
     }
     Reply<void> ownedReply(reply);
     Reply<xcb_generic_error_t> ownedError(*error);
+    // Without memory for it, the X client library drops a reply and goes on. That is no answer: a
+    // window without attributes would be none.
+    if (ownedReply == nullptr && ownedError == nullptr)
+        hasLostReply_ = true;
     // What the server told before it replied was read with the reply.
     takeIn(xcb_poll_for_queued_event);
     *error = ownedError.release();

@@ -116,6 +116,7 @@ class Connection {
     std::future<Link> connecting_;
     Link link_;
     const xcb_screen_t* screen_ = nullptr;
+    bool hasLostReply_ = false;                   // for want of memory, here
     std::optional<unsigned> lateSequence_;        // of the reply that did not come in time
     std::vector<std::uint32_t> freeIdentifiers_;  // with room for all that were taken
     std::size_t takenIdentifiers_ = 0;
