@@ -167,13 +167,16 @@ class Handshake {
  * a thread of its own. If the result is not wanted any more when it comes, it is dropped, which
  * disconnects. */
 std::future<Link> startConnecting(std::string displayName) {
-    std::packaged_task<Link()> task([displayName = std::move(displayName)] {
-        const Handshake handshake;
-        return openLink(displayName);
-    });
-    auto link = task.get_future();
+    // Shared, so that where there is no memory for a thread the result goes first: a task that is
+    // not run needs memory to say so, unless nobody waits for it.
+    const auto task =
+        std::make_shared<std::packaged_task<Link()>>([displayName = std::move(displayName)] {
+            const Handshake handshake;
+            return openLink(displayName);
+        });
+    auto link = task->get_future();
     const coregraphics::AllSignalsHeld allSignalsHeld;
-    std::thread thread(std::move(task));
+    std::thread thread([task] { (*task)(); });
     pthread_setname_np(thread.native_handle(), "qor-connect");  // for whoever looks at the host
     thread.detach();
     return link;
