@@ -173,7 +173,6 @@ void record(const RecordOptions& options, const Environment& environment) {
     options.json ? writeJson(environment.console, recordSummaryJson(summary))
                  : talk.write(recordSummary(summary));
     if (outcome.failure) {
-        // NOLINTNEXTLINE(misc-throw-by-value-catch-by-reference): kept until the file was closed
         throw *outcome.failure;
     }
 }

@@ -33,7 +33,6 @@ void Recorder::finish(Clock::time_point end) {
     end_ = end;
     join();
     if (failure_) {
-        // NOLINTNEXTLINE(misc-throw-by-value-catch-by-reference): kept from the thread that writes
         throw *failure_;
     }
 }

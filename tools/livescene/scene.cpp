@@ -80,6 +80,7 @@ void Scene::addPane(const std::string& title, int column, int row, Color backgro
 void Scene::drawTitle(const Pane& pane) {
     canvas_.fill(pane.picture, kTitleColor,
                  xcb_rectangle_t{0, 0, pane.content.width, kTitleHeight});
+    // NOLINTNEXTLINE(readability-suspicious-call-argument): the text's colour, then the title's
     canvas_.text(pane.picture, 8, 16, kTitleText, kTitleColor, pane.title);
 }
 
